@@ -1,0 +1,184 @@
+#include "link/serial_link.h"
+
+#include "link/codec.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
+
+namespace zun::link {
+
+SerialLink::SerialLink(QObject* parent) : QObject(parent) {
+    connect(&port_, &QSerialPort::errorOccurred, this, &SerialLink::onError);
+}
+
+SerialLink::~SerialLink() {
+    close();
+}
+
+void SerialLink::setDevice(const QString& device) {
+    device_ = device;
+}
+
+bool SerialLink::open() {
+    if (port_.isOpen()) {
+        return true;
+    }
+    if (device_.isEmpty()) {
+        lastError_ = QStringLiteral("no port chosen");
+        return false;
+    }
+    port_.setPortName(device_);
+    if (!port_.open(QIODevice::ReadWrite)) {
+        lastError_ = describe(port_.error());
+        port_.clearError();
+        return false;
+    }
+    port_.setBaudRate(QSerialPort::Baud9600);
+    port_.setDataBits(QSerialPort::Data8);
+    port_.setParity(QSerialPort::NoParity);
+    port_.setStopBits(QSerialPort::OneStop);
+    port_.setFlowControl(QSerialPort::NoFlowControl);
+    port_.clear(QSerialPort::AllDirections);
+    lastError_.clear();
+    return true;
+}
+
+void SerialLink::close() {
+    if (port_.isOpen()) {
+        port_.close();
+    }
+    port_.clearError();
+}
+
+void SerialLink::onError(QSerialPort::SerialPortError error) {
+    if (error == QSerialPort::NoError) {
+        return;
+    }
+    lastError_ = describe(error);
+    // An unplugged adapter: the port is gone for good, so let go of it.
+    if (error == QSerialPort::ResourceError || error == QSerialPort::ReadError ||
+        error == QSerialPort::WriteError) {
+        if (port_.isOpen()) {
+            port_.close();
+            emit portLost();
+        }
+    }
+}
+
+QString SerialLink::describe(QSerialPort::SerialPortError error) {
+    switch (error) {
+        case QSerialPort::DeviceNotFoundError:
+            return QStringLiteral("the port does not exist");
+        case QSerialPort::PermissionError:
+            return QStringLiteral("the port is busy or there is no permission to open it");
+        case QSerialPort::OpenError:
+            return QStringLiteral("the port is already open");
+        case QSerialPort::ResourceError:
+            return QStringLiteral("the port vanished (adapter unplugged?)");
+        case QSerialPort::ReadError:
+            return QStringLiteral("reading from the port failed");
+        case QSerialPort::WriteError:
+            return QStringLiteral("writing to the port failed");
+        case QSerialPort::UnsupportedOperationError:
+            return QStringLiteral("the port does not support 9600 8N1");
+        default:
+            return QStringLiteral("the port cannot be used");
+    }
+}
+
+QString SerialLink::SendFrame(const QString& frame) {
+    // Any failure from here on gives the empty reply; the result is only set at the end.
+    if (port_.isOpen()) {
+        port_.clear(QSerialPort::AllDirections);
+        port_.readAll();
+    } else if (!open()) {
+        return QString();
+    }
+    if (!IsHexText(frame)) {
+        return QString();
+    }
+    const QByteArray bytes = QByteArray::fromHex(frame.toLatin1());
+    if (trace) {
+        trace(true, frame.toUpper());
+    }
+    if (port_.write(bytes) != bytes.size()) {
+        return QString();
+    }
+    port_.flush();
+
+    // The reply is complete after 20 polls in all that brought nothing new.
+    int stalls = 1;
+    qint64 largest = 0;
+    for (;;) {
+        if (!port_.isOpen()) {
+            return QString();
+        }
+        const qint64 waiting = port_.bytesAvailable();
+        if (waiting <= largest) {
+            ++stalls;
+        } else {
+            largest = waiting;
+        }
+        if (stalls > 20) {
+            break;
+        }
+        WaitSeconds(0.01f);
+    }
+    if (!port_.isOpen()) {
+        return QString();
+    }
+    const QByteArray reply = port_.readAll();
+    if (reply.isEmpty()) {
+        return QString();
+    }
+    const QString hex = QString::fromLatin1(reply.toHex()).toUpper();
+    if (trace) {
+        trace(false, hex);
+    }
+    QCoreApplication::processEvents();
+    return hex;
+}
+
+void SerialLink::WaitSeconds(float seconds) {
+    if (!(seconds > 0.0f)) {
+        return;
+    }
+    // A timed local loop keeps the window's events (and the port's notifier) running without
+    // spinning; it uses a monotonic clock, so a wait across midnight ends like any other.
+    QEventLoop loop;
+    QTimer timer;
+    timer.setSingleShot(true);
+    timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&timer, &QTimer::timeout, &loop, &QEventLoop::quit);
+    timer.start(qMax(1, qRound(seconds * 1000.0f)));
+    loop.exec();
+}
+
+bool SerialLink::ResetAndWrite(const QByteArray& bytes) {
+    if (port_.isOpen()) {
+        port_.clear(QSerialPort::Input);
+        port_.readAll();
+    } else if (!open()) {
+        return false;
+    }
+    if (trace) {
+        trace(true, QString::fromLatin1(bytes.toHex()).toUpper());
+    }
+    const bool ok = port_.write(bytes) == bytes.size();
+    port_.flush();
+    return ok;
+}
+
+QByteArray SerialLink::ReadWaiting() {
+    if (!port_.isOpen()) {
+        return QByteArray();
+    }
+    const QByteArray data = port_.readAll();
+    if (trace && !data.isEmpty()) {
+        trace(false, QString::fromLatin1(data.toHex()).toUpper());
+    }
+    return data;
+}
+
+}  // namespace zun::link

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "link/exchange.h"
+
+#include <QObject>
+#include <QSerialPort>
+
+#include <functional>
+
+namespace zun::link {
+
+// The charger's serial line: 9600 8N1, binary, no flow control, and the one synchronous
+// exchange on it. A vanished adapter closes the port and yields the empty reply.
+class SerialLink : public QObject, public Exchange {
+    Q_OBJECT
+public:
+    explicit SerialLink(QObject* parent = nullptr);
+    ~SerialLink() override;
+
+    // The device the next open uses (the port number chosen in the port list).
+    void setDevice(const QString& device);
+    QString device() const { return device_; }
+
+    bool open();
+    void close();
+    bool isOpen() const { return port_.isOpen(); }
+    // Plain words for the last failure to open or use the port (busy, no permission, gone).
+    QString lastError() const { return lastError_; }
+
+    QString SendFrame(const QString& frame) override;
+    void WaitSeconds(float seconds) override;
+    bool ResetAndWrite(const QByteArray& bytes) override;
+    QByteArray ReadWaiting() override;
+
+    // Optional observer of every frame: sent == true for requests, false for replies.
+    std::function<void(bool sent, const QString& hex)> trace;
+
+signals:
+    void portLost();
+
+private:
+    void onError(QSerialPort::SerialPortError error);
+    static QString describe(QSerialPort::SerialPortError error);
+
+    QSerialPort port_;
+    QString device_;
+    QString lastError_;
+};
+
+}  // namespace zun::link

@@ -1,0 +1,172 @@
+#include "sim/charge_log.h"
+#include "sim/pty_host.h"
+#include "sim/virtual_charger.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFile>
+
+#include <csignal>
+#include <cstdio>
+#include <mutex>
+
+using zun::sim::ChargeLog;
+using zun::sim::Faults;
+using zun::sim::PtyHost;
+using zun::sim::VirtualCharger;
+
+namespace {
+
+bool readNumber(const QCommandLineParser& parser, const QString& name, qint64 low, qint64 high,
+                qint64& value) {
+    if (!parser.isSet(name)) {
+        return true;
+    }
+    bool ok = false;
+    value = parser.value(name).toLongLong(&ok);
+    if (!ok || value < low || value > high) {
+        fprintf(stderr, "zun-sim: --%s wants a number from %lld to %lld\n", qPrintable(name), low,
+                high);
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("zun-sim"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Virtual charger on a pseudo-terminal. Prints the device path, serves until SIGINT or "
+        "SIGTERM."));
+    parser.addHelpOption();
+    const QList<QCommandLineOption> options = {
+        {QStringLiteral("link"), QStringLiteral("Make a symbolic link PATH to the device."),
+         QStringLiteral("PATH")},
+        {QStringLiteral("model"), QStringLiteral("Model code (default 3110)."),
+         QStringLiteral("CODE")},
+        {QStringLiteral("runtime"), QStringLiteral("Total run time in minutes (default 18950)."),
+         QStringLiteral("MINUTES")},
+        {QStringLiteral("no-pacing"), QStringLiteral("Send replies at once, not at 9600 baud.")},
+        {QStringLiteral("log-records"),
+         QStringLiteral("Records in the data log, not wrapped (default 144)."),
+         QStringLiteral("N")},
+        {QStringLiteral("wrapped"), QStringLiteral("A full, wrapped data log (see --pointer).")},
+        {QStringLiteral("pointer"), QStringLiteral("Next slot of the wrapped log (default 0)."),
+         QStringLiteral("N")},
+        {QStringLiteral("silent"), QStringLiteral("Never answer.")},
+        {QStringLiteral("drop-every"), QStringLiteral("Swallow every N-th reply."),
+         QStringLiteral("N")},
+        {QStringLiteral("wrong-ack"),
+         QStringLiteral("Acknowledge writes with status 00 instead of 01.")},
+        {QStringLiteral("wrong-ack-for"),
+         QStringLiteral("With --wrong-ack: only for this write command (hex, e.g. 53)."),
+         QStringLiteral("CMD")},
+        {QStringLiteral("truncate"), QStringLiteral("Cut every reply to N bytes."),
+         QStringLiteral("N")},
+        {QStringLiteral("garbage"), QStringLiteral("Send stray bytes before and after replies.")},
+        {QStringLiteral("delay-ms"), QStringLiteral("Pause before the first byte of every reply."),
+         QStringLiteral("N")},
+        {QStringLiteral("no-pointer"),
+         QStringLiteral("Ignore the log pointer request, as old firmware does.")},
+        {QStringLiteral("record"), QStringLiteral("Append every request frame as a hex line."),
+         QStringLiteral("FILE")},
+    };
+    parser.addOptions(options);
+    parser.process(app);
+
+    if (!parser.positionalArguments().isEmpty()) {
+        fprintf(stderr, "zun-sim: unexpected argument %s\n",
+                qPrintable(parser.positionalArguments().first()));
+        return 2;
+    }
+    qint64 model = VirtualCharger::kDefaultModel;
+    qint64 runTime = VirtualCharger::kDefaultRunTimeMinutes;
+    qint64 records = 144;
+    qint64 pointer = 0;
+    qint64 dropEvery = 0;
+    qint64 truncateTo = -1;
+    qint64 delayMs = 0;
+    qint64 wrongFor = 0;
+    if (!readNumber(parser, QStringLiteral("model"), 0, 0xFFFF, model) ||
+        !readNumber(parser, QStringLiteral("runtime"), 0, 0xFFFFFFFFLL, runTime) ||
+        !readNumber(parser, QStringLiteral("log-records"), 0, ChargeLog::kSlots, records) ||
+        !readNumber(parser, QStringLiteral("pointer"), 0, ChargeLog::kSlots - 1, pointer) ||
+        !readNumber(parser, QStringLiteral("drop-every"), 0, 1000000, dropEvery) ||
+        !readNumber(parser, QStringLiteral("truncate"), 0, 1000000, truncateTo) ||
+        !readNumber(parser, QStringLiteral("delay-ms"), 0, 60000, delayMs)) {
+        return 2;
+    }
+    if (parser.isSet(QStringLiteral("wrong-ack-for"))) {
+        bool ok = false;
+        wrongFor = parser.value(QStringLiteral("wrong-ack-for")).toInt(&ok, 16);
+        if (!ok || wrongFor < 0x51 || wrongFor > 0x55) {
+            fprintf(stderr, "zun-sim: --wrong-ack-for wants a write command from 51 to 55\n");
+            return 2;
+        }
+    }
+
+    VirtualCharger charger;
+    charger.setModelCode(quint16(model));
+    charger.setRunTimeMinutes(quint32(runTime));
+    charger.setLog(parser.isSet(QStringLiteral("wrapped")) ? ChargeLog::Wrapped(int(pointer))
+                                                           : ChargeLog::Unwrapped(int(records)));
+    Faults faults;
+    faults.silent = parser.isSet(QStringLiteral("silent"));
+    faults.dropEvery = int(dropEvery);
+    faults.wrongAck = parser.isSet(QStringLiteral("wrong-ack"));
+    faults.wrongAckCommand = quint8(wrongFor);
+    faults.truncateTo = int(truncateTo);
+    if (parser.isSet(QStringLiteral("garbage"))) {
+        faults.garbageBefore = QByteArray("\x00\xFF\x13", 3);
+        faults.garbageAfter = QByteArray("\x85\x11", 2);
+    }
+    faults.firstByteDelayMs = int(delayMs);
+    faults.ignorePointerRequest = parser.isSet(QStringLiteral("no-pointer"));
+    charger.setFaults(faults);
+
+    QFile record;
+    if (parser.isSet(QStringLiteral("record"))) {
+        record.setFileName(parser.value(QStringLiteral("record")));
+        if (!record.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text)) {
+            fprintf(stderr, "zun-sim: cannot open %s: %s\n", qPrintable(record.fileName()),
+                    qPrintable(record.errorString()));
+            return 1;
+        }
+        charger.setRequestListener([&record](const QString& frame) {
+            record.write(frame.toLatin1() + '\n');
+            record.flush();
+        });
+    }
+
+    // The signals are taken by sigwait below; block them before the serving thread starts so
+    // that it inherits the mask.
+    sigset_t stopSignals;
+    sigemptyset(&stopSignals);
+    sigaddset(&stopSignals, SIGINT);
+    sigaddset(&stopSignals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
+
+    PtyHost host(charger);
+    host.setPacing(!parser.isSet(QStringLiteral("no-pacing")));
+    QString error;
+    if (!host.start(&error)) {
+        fprintf(stderr, "zun-sim: %s\n", qPrintable(error));
+        return 1;
+    }
+    if (parser.isSet(QStringLiteral("link")) &&
+        !host.createLink(parser.value(QStringLiteral("link")), &error)) {
+        fprintf(stderr, "zun-sim: %s\n", qPrintable(error));
+        return 1;
+    }
+    printf("%s\n", qPrintable(host.devicePath()));
+    fflush(stdout);
+
+    int signal = 0;
+    sigwait(&stopSignals, &signal);
+    host.stop();
+    return 0;
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QWidget>
+
+#include <functional>
+
+namespace zun::app {
+
+// While an exchange with the charger runs, the event loop keeps turning (the window stays
+// responsive), so a second click could start a nested exchange on the same port. The guard
+// makes every control marked as an exchange starter ignore clicks and keys until the outer
+// exchange ends; nothing is visibly disabled and the focus does not move.
+class BusyGuard : public QObject {
+    Q_OBJECT
+public:
+    explicit BusyGuard(QObject* parent = nullptr);
+
+    static void MarkExchangeStarter(QWidget* w);
+    bool busy() const { return depth_ > 0; }
+
+    void enter();
+    void leave();
+    // Runs once the outermost exchange has ended (e.g. a close requested meanwhile).
+    void whenIdle(std::function<void()> fn);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    int depth_ = 0;
+    std::vector<std::function<void()>> idle_;
+};
+
+// RAII: busy cursor and guard for the length of a handler that talks to the charger.
+class BusyScope {
+public:
+    explicit BusyScope(BusyGuard* guard);
+    ~BusyScope();
+    BusyScope(const BusyScope&) = delete;
+    BusyScope& operator=(const BusyScope&) = delete;
+
+private:
+    BusyGuard* guard_;
+};
+
+}  // namespace zun::app

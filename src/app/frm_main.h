@@ -1,0 +1,87 @@
+#pragma once
+
+#include "app/busy_guard.h"
+#include "app/window_state.h"
+#include "link/port_list.h"
+#include "link/serial_link.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QMainWindow>
+#include <QTabWidget>
+
+#include <memory>
+
+namespace zun::sim {
+class PtyHost;
+class VirtualCharger;
+}  // namespace zun::sim
+
+namespace zun::app {
+
+class GetDataPage;
+class ProfileEditor;
+
+struct StartOptions {
+    QStringList devices;        // --port, in the order given: Com1, Com2, ...
+    bool systemDevices = true;  // also number the system's serial devices after them
+    bool demo = false;          // serve a virtual charger in-process and list it first
+    bool search = true;         // run the charger search at start-up
+};
+
+// The one main window. Start-up, the port list and the connection step live here; the pages
+// own their controls and handlers.
+class FrmMain : public QMainWindow {
+    Q_OBJECT
+public:
+    explicit FrmMain(const StartOptions& options, QWidget* parent = nullptr);
+    ~FrmMain() override;
+
+    // Runs the start-up sequence (language, pages, ports, charger search, title).
+    void Form_Load();
+    // The connection step for the entry chosen in CboPort.
+    void CboPort_Click();
+    // Selects entry i of CboPort as a user would, which runs the connection step.
+    void selectPort(int index);
+
+    WindowState& state() { return state_; }
+    ProfileEditor* profileEditor() const { return editor_; }
+    GetDataPage* getDataPage() const { return getData_; }
+    sim::VirtualCharger* demoCharger() const;
+    QString lastSettingsReply() const { return lastSettingsReply_; }
+    bool loaded() const { return loaded_; }
+
+    static QString TitleFor(int major, int minor, int revision);
+
+    QTabWidget* Tab1 = nullptr;
+    QComboBox* CboPort = nullptr;
+    QLabel* Label0_0 = nullptr;  // "Port :"
+    QLabel* Label0_1 = nullptr;  // connection state
+    QLabel* Label1 = nullptr;    // rating or warning
+
+signals:
+    void loadFinished();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void buildUi();
+    void discoverPorts();
+    void searchCharger();
+    void Tab1_Click(int index);
+
+    StartOptions options_;
+    WindowState state_;
+    link::SerialLink link_;
+    link::PortList ports_;
+    BusyGuard busy_;
+    ProfileEditor* editor_ = nullptr;
+    GetDataPage* getData_ = nullptr;
+    QString lastSettingsReply_;
+    bool loaded_ = false;
+    std::unique_ptr<sim::VirtualCharger> demoCharger_;
+    std::unique_ptr<sim::PtyHost> demoHost_;
+};
+
+}  // namespace zun::app

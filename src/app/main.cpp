@@ -1,0 +1,44 @@
+#include "app/frm_main.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QTimer>
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("zun"));
+    QApplication::setApplicationVersion(QStringLiteral("%1.%2.%3")
+                                            .arg(ZUN_VERSION_MAJOR)
+                                            .arg(ZUN_VERSION_MINOR)
+                                            .arg(ZUN_VERSION_PATCH));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Configures and monitors ZUN battery chargers over a serial line."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    QCommandLineOption port(QStringLiteral("port"),
+                            QStringLiteral("Serial device to list first (repeatable): Com1, Com2, "
+                                           "... in the order given."),
+                            QStringLiteral("DEVICE"));
+    QCommandLineOption onlyGiven(QStringLiteral("only-given-ports"),
+                                 QStringLiteral("Do not list the system's serial devices."));
+    QCommandLineOption demo(
+        QStringLiteral("demo"),
+        QStringLiteral("Start a built-in virtual charger and list it as Com1."));
+    parser.addOption(port);
+    parser.addOption(onlyGiven);
+    parser.addOption(demo);
+    parser.process(app);
+
+    zun::app::StartOptions options;
+    options.devices = parser.values(port);
+    options.systemDevices = !parser.isSet(onlyGiven);
+    options.demo = parser.isSet(demo);
+
+    zun::app::FrmMain window(options);
+    window.show();
+    // The search runs with the window already on screen and responsive.
+    QTimer::singleShot(0, &window, [&window] { window.Form_Load(); });
+    return app.exec();
+}

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Builds ZUN and runs every test: the normal build, then the same tests under
+# AddressSanitizer + UndefinedBehaviorSanitizer, then a short run of each fuzz target.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/install-deps.sh
+
+jobs=$(nproc)
+export QT_QPA_PLATFORM=offscreen
+
+echo "== build and test"
+cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+cmake --build build -j"$jobs"
+ctest --test-dir build --output-on-failure --timeout 600
+
+echo "== sanitizers (ASan + UBSan)"
+cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZUN_SANITIZE=ON -DZUN_BUILD_BENCH=OFF
+cmake --build build-asan -j"$jobs"
+ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
+    ctest --test-dir build-asan --output-on-failure --timeout 900
+
+if command -v clang++ >/dev/null; then
+    echo "== fuzz targets (short runs)"
+    CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZUN_FUZZ=ON \
+        -DZUN_BUILD_BENCH=OFF -DZUN_BUILD_TESTS=ON
+    cmake --build build-fuzz -j"$jobs" --target zun_fuzz_all
+    for f in build-fuzz/tests/fuzz/fuzz_*; do
+        [ -x "$f" ] || continue
+        echo "-- $f"
+        ASAN_OPTIONS=detect_leaks=0 "$f" -runs=20000 -max_len=4096 -seed=1 >/dev/null 2>&1 \
+            || { echo "fuzz target $f failed"; "$f" -runs=20000 -max_len=4096 -seed=1 2>&1 | tail -30; exit 1; }
+    done
+fi
+echo "all tests passed"

@@ -22,7 +22,7 @@ ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
 if command -v clang++ >/dev/null; then
     echo "== fuzz targets (short runs)"
     CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZUN_FUZZ=ON \
-        -DZUN_BUILD_BENCH=OFF -DZUN_BUILD_TESTS=ON
+        -DZUN_BUILD_BENCH=OFF -DZUN_SUBSYSTEMS="link;profile;datalog;lang"
     cmake --build build-fuzz -j"$jobs" --target zun_fuzz_all
     for f in build-fuzz/tests/fuzz/fuzz_*; do
         [ -x "$f" ] || continue

@@ -1,0 +1,206 @@
+#include "app/frm_main.h"
+#include "app/profile_editor.h"
+#include "sim/pty_host.h"
+#include "sim/virtual_charger.h"
+
+#include <QSerialPort>
+#include <QtTest>
+
+using namespace zun;
+
+namespace {
+
+// One virtual charger on its own pseudo-terminal.
+struct Charger {
+    sim::VirtualCharger charger;
+    sim::PtyHost host{charger};
+    Charger() {
+        host.setPacing(false);
+        host.start();
+    }
+    QString device() const { return host.devicePath(); }
+};
+
+bool canOpen(const QString& device) {
+    QSerialPort port(device);
+    const bool ok = port.open(QIODevice::ReadWrite);
+    port.close();
+    return ok;
+}
+
+std::unique_ptr<app::FrmMain> startWindow(const QStringList& devices) {
+    app::StartOptions options;
+    options.devices = devices;
+    options.systemDevices = false;
+    auto w = std::make_unique<app::FrmMain>(options);
+    w->Form_Load();
+    return w;
+}
+
+QString labelText(app::FrmMain& w, const char* name) {
+    auto* l = w.findChild<QLabel*>(QString::fromLatin1(name));
+    return l ? l->text() : QStringLiteral("<missing>");
+}
+
+}  // namespace
+
+class TestStartup : public QObject {
+    Q_OBJECT
+private slots:
+    void findsTheChargerOnTheThirdPort();
+    void anotherRunTimeIsPassedOverAndTheLastPortChosen();
+    void noPortsMeansNothingSelected();
+    void identification_data();
+    void identification();
+    void settingsReplyLength_data();
+    void settingsReplyLength();
+    void silentSecondPortKeepsTheModelCode();
+    void storedSettingsReachTheProfileMemory();
+    void title();
+    void closingReleasesThePort();
+};
+
+void TestStartup::findsTheChargerOnTheThirdPort() {
+    Charger a, b, c;
+    sim::Faults silent;
+    silent.silent = true;
+    a.charger.setFaults(silent);
+    b.charger.setFaults(silent);
+    auto w = startWindow({a.device(), b.device(), c.device()});
+    QCOMPARE(w->CboPort->count(), 3);
+    QCOMPARE(w->CboPort->itemText(0), QStringLiteral("Com1"));
+    QCOMPARE(w->CboPort->currentText(), QStringLiteral("Com3"));
+    QCOMPARE(labelText(*w, "Label0(1)"), QStringLiteral("Connection OK"));
+    // The probe went to every port in order; only the found one was asked for its model.
+    QCOMPARE(a.charger.requests(), QStringList{"850357AA000D"});
+    QCOMPARE(b.charger.requests(), QStringList{"850357AA000D"});
+    QCOMPARE(c.charger.requests(), (QStringList{"850357AA000D", "850350AA000D", "850359AA000D"}));
+    // The first two were closed again after their probes.
+    QVERIFY(canOpen(a.device()));
+    QVERIFY(canOpen(b.device()));
+    QVERIFY(!canOpen(c.device()));
+}
+
+void TestStartup::anotherRunTimeIsPassedOverAndTheLastPortChosen() {
+    Charger a, b;
+    a.charger.setRunTimeMinutes(18951);  // a well-formed answer, but not the expected one
+    sim::Faults silent;
+    silent.silent = true;
+    b.charger.setFaults(silent);
+    auto w = startWindow({a.device(), b.device()});
+    QCOMPARE(w->CboPort->currentText(), QStringLiteral("Com2"));
+    QCOMPARE(labelText(*w, "Label0(1)"), QStringLiteral("No Connection"));
+    QCOMPARE(a.charger.requests(), QStringList{"850357AA000D"});
+    QVERIFY(w->state().ChargerModel.isEmpty());
+    QVERIFY(w->profileEditor()->nominalVoltage()->isEnabled());
+    QCOMPARE(labelText(*w, "Label1"),
+             QStringLiteral(
+                 "Warning : The selected nominal battery voltage must be same as the charger's."));
+}
+
+void TestStartup::noPortsMeansNothingSelected() {
+    auto w = startWindow({QStringLiteral("/dev/zun-no-such-port")});
+    QCOMPARE(w->CboPort->count(), 0);
+    QCOMPARE(w->CboPort->currentIndex(), -1);
+    QCOMPARE(labelText(*w, "Label0(1)"), QString());
+}
+
+void TestStartup::identification_data() {
+    QTest::addColumn<int>("model");
+    QTest::addColumn<int>("nominal");
+    QTest::addColumn<QString>("rating");
+    QTest::addColumn<int>("rated");
+    QTest::newRow("3110") << 3110 << 0 << "Rating : 12V 10A 150W." << 10;
+    QTest::newRow("3230") << 3230 << 1 << "Rating : 24V 30A 900W." << 30;
+    QTest::newRow("3415") << 3415 << 2 << "Rating : 48V 15A 900W." << 15;
+    QTest::newRow("3300") << 3300 << -1 << "Rating : 0V 0A 0W." << 0;
+    QTest::newRow("FFFF reads 0: 12 V list") << 0xFFFF << 0 << "Rating : 0V 0A 0W." << 0;
+}
+
+void TestStartup::identification() {
+    QFETCH(int, model);
+    QFETCH(int, nominal);
+    QFETCH(QString, rating);
+    QFETCH(int, rated);
+    Charger c;
+    c.charger.setModelCode(static_cast<quint16>(model));
+    auto w = startWindow({c.device()});
+    QCOMPARE(w->profileEditor()->nominalVoltage()->currentIndex(), nominal);
+    QVERIFY(!w->profileEditor()->nominalVoltage()->isEnabled());
+    QCOMPARE(labelText(*w, "Label1"), rating);
+    QCOMPARE(w->state().RatedCurrent, rated);
+    QCOMPARE(w->state().ChargerModel,
+             model == 0xFFFF ? QStringLiteral("0") : QString::number(model));
+}
+
+void TestStartup::settingsReplyLength_data() {
+    QTest::addColumn<int>("bytes");
+    QTest::addColumn<QString>("state");
+    QTest::newRow("98 hex characters") << 49 << "No Connection";
+    QTest::newRow("100 hex characters") << 50 << "Connection OK";
+}
+
+void TestStartup::settingsReplyLength() {
+    QFETCH(int, bytes);
+    QFETCH(QString, state);
+    Charger c;
+    auto w = startWindow({c.device()});
+    sim::Faults f;
+    f.truncateTo = bytes;
+    c.charger.setFaults(f);
+    w->selectPort(0);
+    QCOMPARE(labelText(*w, "Label0(1)"), state);
+    QCOMPARE(w->lastSettingsReply().size(), bytes * 2);
+    // The blocks beyond the reply decode as zeros.
+    QCOMPARE(w->state().memory.ProfileStages(1, 1), QStringLiteral("0"));
+}
+
+void TestStartup::silentSecondPortKeepsTheModelCode() {
+    Charger a, b;
+    a.charger.setModelCode(3415);
+    sim::Faults silent;
+    silent.silent = true;
+    b.charger.setFaults(silent);
+    auto w = startWindow({a.device(), b.device()});
+    QCOMPARE(w->state().ChargerModel, QStringLiteral("3415"));
+    w->selectPort(1);
+    QCOMPARE(w->state().ChargerModel, QStringLiteral("3415"));
+    QCOMPARE(w->profileEditor()->nominalVoltage()->currentIndex(), 2);
+    QCOMPARE(labelText(*w, "Label1"), QStringLiteral("Rating : 48V 15A 900W."));
+    QCOMPARE(labelText(*w, "Label0(1)"), QStringLiteral("No Connection"));
+    // The failed connection filled both profiles with zeros.
+    QCOMPARE(w->state().memory.ProfileGeneral(0, 1), QStringLiteral("0"));
+}
+
+void TestStartup::storedSettingsReachTheProfileMemory() {
+    Charger c;
+    auto w = startWindow({c.device()});
+    auto& m = w->state().memory;
+    QCOMPARE(m.ProfileGeneral(0, 0), QStringLiteral("12"));
+    QCOMPARE(m.ProfileGeneral(0, 1), QStringLiteral("100"));
+    QCOMPARE(m.ProfileGeneral(0, 3), QStringLiteral("25"));
+    QCOMPARE(m.ProfileProtection(0, 0), QStringLiteral("45"));
+    QCOMPARE(m.ProfileProtection(0, 4), QStringLiteral("20"));
+    QCOMPARE(m.ProfileStages(0, 0), QStringLiteral("3"));
+    QCOMPARE(m.ProfileStages(0, 1), QStringLiteral("14.4"));
+}
+
+void TestStartup::title() {
+    QCOMPARE(app::FrmMain::TitleFor(1, 2, 0), QStringLiteral("ZUN V1.2"));
+    QCOMPARE(app::FrmMain::TitleFor(1, 2, 5), QStringLiteral("ZUN V1.2.5"));
+    auto w = startWindow({});
+    QCOMPARE(w->windowTitle(),
+             app::FrmMain::TitleFor(ZUN_VERSION_MAJOR, ZUN_VERSION_MINOR, ZUN_VERSION_PATCH));
+}
+
+void TestStartup::closingReleasesThePort() {
+    Charger c;
+    auto w = startWindow({c.device()});
+    QVERIFY(!canOpen(c.device()));
+    w->show();
+    QVERIFY(w->close());
+    QVERIFY(canOpen(c.device()));
+}
+
+QTEST_MAIN(TestStartup)
+#include "test_startup.moc"

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "lang/language_file.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace zun::lang {
+
+// The folders the window looks in for language files, first one first.
+struct LanguageFolders {
+    QString program;  // the program's own folder
+    QString data;     // the installed data folder, <program>/../share/zun/lang
+    QString user;     // the user's configuration folder
+
+    static LanguageFolders standard();
+};
+
+// The language files on this machine and the remembered choice ("DefaultLang.txt").
+//
+// Start-up: rememberedLanguage(), ensureEnglish(), fill the list from listLanguages() and select
+// the remembered entry. On every change of the selection: remember(name), then apply
+// captionsOf(name).
+class LanguageCatalog {
+public:
+    explicit LanguageCatalog(LanguageFolders folders = LanguageFolders::standard());
+
+    const LanguageFolders& folders() const { return folders_; }
+
+    // Program, data and user folder, without empty or repeated entries.
+    QStringList searchFolders() const;
+
+    // Where "DefaultLang.txt" and a newly created "English.lang" go: the program folder while
+    // it can be written (a portable copy keeps its choice beside it), else the user's folder.
+    QString stateFolder() const;
+
+    // Every "*.lang" file name of at least 6 characters, without ".lang", sorted by name. A
+    // language found in several folders is listed once.
+    QStringList listLanguages() const;
+
+    // The file of a language in the first folder that holds it; empty when there is none.
+    QString languageFilePath(const QString& name) const;
+
+    // The first field of "DefaultLang.txt"; the file is created holding "English" when missing.
+    QString rememberedLanguage() const;
+
+    // Rewrites "DefaultLang.txt" with name unless its first field already is name. True when
+    // the file was written.
+    bool remember(const QString& name) const;
+
+    // Creates an empty "English.lang" in the state folder when no folder holds one. True when
+    // the file was created.
+    bool ensureEnglish() const;
+
+    // The captions of a language; empty when its file is missing or unreadable.
+    Captions captionsOf(const QString& name) const;
+
+    static constexpr const char* kStateFileName = "DefaultLang.txt";
+    static constexpr const char* kEnglish = "English";
+    static constexpr qint64 kMaxFileBytes = 4 * 1024 * 1024;
+
+private:
+    QString statePath() const;
+    QString readFirstField(const QString& path, bool* exists) const;
+    bool writeFile(const QString& path, const QByteArray& bytes) const;
+
+    LanguageFolders folders_;
+};
+
+}  // namespace zun::lang

@@ -1,6 +1,7 @@
 #include "app/frm_main.h"
 
 #include "app/get_data_page.h"
+#include "app/language_applier.h"
 #include "app/profile_editor.h"
 #include "link/frames.h"
 #include "link/model_table.h"
@@ -34,7 +35,9 @@ void setLabelSystemColour(QLabel* label) {
 }  // namespace
 
 FrmMain::FrmMain(const StartOptions& options, QWidget* parent)
-    : QMainWindow(parent), options_(options) {
+    : QMainWindow(parent),
+      options_(options),
+      languages_(options.languageFolders.value_or(lang::LanguageFolders::standard())) {
     state_.link = &link_;
     state_.busy = &busy_;
     if (options_.demo) {
@@ -88,6 +91,10 @@ void FrmMain::buildUi() {
     bar->addWidget(Label0_1);
     bar->addSpacing(12);
     bar->addWidget(Label1, 1);
+    CmbLang = new QComboBox;
+    CmbLang->setObjectName("CmbLang");
+    CmbLang->setMinimumContentsLength(10);
+    bar->addWidget(CmbLang);
     v->addLayout(bar);
 
     Tab1 = new QTabWidget;
@@ -102,6 +109,7 @@ void FrmMain::buildUi() {
 
     connect(CboPort, &QComboBox::activated, this, [this] { CboPort_Click(); });
     connect(Tab1, &QTabWidget::currentChanged, this, &FrmMain::Tab1_Click);
+    connect(CmbLang, &QComboBox::currentIndexChanged, this, [this] { LoadLanguage(); });
 }
 
 QString FrmMain::TitleFor(int major, int minor, int revision) {
@@ -125,6 +133,7 @@ void FrmMain::Form_Load() {
         Tab1->setCurrentIndex(0);
         editor_->Tab2->setCurrentIndex(0);
     });
+    step([&] { fillLanguages(); });
     step([&] { editor_->InitPages(); });
     step([&] { link_.close(); });
     step([&] { discoverPorts(); });
@@ -225,6 +234,27 @@ void FrmMain::CboPort_Click() {
     editor_->CmbPN_Click();
     lastSettingsReply_ = reply;
     editor_->Cmb0NV_Click();
+}
+
+void FrmMain::fillLanguages() {
+    const QString remembered = languages_.rememberedLanguage();
+    languages_.ensureEnglish();
+    {
+        const QSignalBlocker block(CmbLang);
+        CmbLang->clear();
+        CmbLang->addItems(languages_.listLanguages());
+        CmbLang->setCurrentIndex(-1);
+    }
+    CmbLang->setCurrentIndex(CmbLang->findText(remembered));
+}
+
+void FrmMain::LoadLanguage() {
+    if (CmbLang->currentIndex() < 0) {
+        return;
+    }
+    const QString name = CmbLang->currentText();
+    languages_.remember(name);
+    ApplyLanguage(this, languages_.captionsOf(name));
 }
 
 void FrmMain::Tab1_Click(int index) {

@@ -2,6 +2,7 @@
 
 #include "app/busy_guard.h"
 #include "app/window_state.h"
+#include "lang/language_catalog.h"
 #include "link/port_list.h"
 #include "link/serial_link.h"
 
@@ -11,6 +12,7 @@
 #include <QTabWidget>
 
 #include <memory>
+#include <optional>
 
 namespace zun::sim {
 class PtyHost;
@@ -27,6 +29,8 @@ struct StartOptions {
     bool systemDevices = true;  // also number the system's serial devices after them
     bool demo = false;          // serve a virtual charger in-process and list it first
     bool search = true;         // run the charger search at start-up
+    // Where language files and the remembered language live; the standard folders when unset.
+    std::optional<lang::LanguageFolders> languageFolders;
 };
 
 // The one main window. Start-up, the port list and the connection step live here; the pages
@@ -58,6 +62,7 @@ public:
     QLabel* Label0_0 = nullptr;  // "Port :"
     QLabel* Label0_1 = nullptr;  // connection state
     QLabel* Label1 = nullptr;    // rating or warning
+    QComboBox* CmbLang = nullptr;
 
 signals:
     void loadFinished();
@@ -70,11 +75,14 @@ private:
     void discoverPorts();
     void searchCharger();
     void Tab1_Click(int index);
+    void fillLanguages();
+    void LoadLanguage();
 
     StartOptions options_;
     WindowState state_;
     link::SerialLink link_;
     link::PortList ports_;
+    lang::LanguageCatalog languages_;
     BusyGuard busy_;
     ProfileEditor* editor_ = nullptr;
     GetDataPage* getData_ = nullptr;

@@ -7,6 +7,7 @@ std::vector<std::unique_ptr<QObject>> MakeProfileTests() {
     std::vector<std::unique_ptr<QObject>> tests;
     tests.push_back(MakeNominalVoltageTest());
     tests.push_back(MakePageFramesTest());
+    tests.push_back(MakeFieldCorrectionsTest());
     return tests;
 }
 

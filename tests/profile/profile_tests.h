@@ -11,3 +11,4 @@ std::vector<std::unique_ptr<QObject>> MakeProfileTests();
 std::unique_ptr<QObject> MakeNominalVoltageTest();
 std::unique_ptr<QObject> MakePageFramesTest();
 std::unique_ptr<QObject> MakeFieldCorrectionsTest();
+std::unique_ptr<QObject> MakeConsistencyCheckTest();

@@ -8,6 +8,7 @@ std::vector<std::unique_ptr<QObject>> MakeProfileTests() {
     tests.push_back(MakeNominalVoltageTest());
     tests.push_back(MakePageFramesTest());
     tests.push_back(MakeFieldCorrectionsTest());
+    tests.push_back(MakeConsistencyCheckTest());
     return tests;
 }
 

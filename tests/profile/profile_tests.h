@@ -12,3 +12,4 @@ std::unique_ptr<QObject> MakeNominalVoltageTest();
 std::unique_ptr<QObject> MakePageFramesTest();
 std::unique_ptr<QObject> MakeFieldCorrectionsTest();
 std::unique_ptr<QObject> MakeConsistencyCheckTest();
+std::unique_ptr<QObject> MakeProfileSwitchTest();

@@ -9,6 +9,7 @@ std::vector<std::unique_ptr<QObject>> MakeProfileTests() {
     tests.push_back(MakePageFramesTest());
     tests.push_back(MakeFieldCorrectionsTest());
     tests.push_back(MakeConsistencyCheckTest());
+    tests.push_back(MakeProfileSwitchTest());
     return tests;
 }
 

@@ -13,3 +13,4 @@ std::unique_ptr<QObject> MakePageFramesTest();
 std::unique_ptr<QObject> MakeFieldCorrectionsTest();
 std::unique_ptr<QObject> MakeConsistencyCheckTest();
 std::unique_ptr<QObject> MakeProfileSwitchTest();
+std::unique_ptr<QObject> MakeRobustnessTest();

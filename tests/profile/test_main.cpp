@@ -10,6 +10,7 @@ std::vector<std::unique_ptr<QObject>> MakeProfileTests() {
     tests.push_back(MakeFieldCorrectionsTest());
     tests.push_back(MakeConsistencyCheckTest());
     tests.push_back(MakeProfileSwitchTest());
+    tests.push_back(MakeRobustnessTest());
     return tests;
 }
 

@@ -29,7 +29,7 @@ QString field4(qint16 value) {
 
 }  // namespace
 
-QString GeneralFrame(const GeneralPage& page) {
+QString GeneralFrame(const GeneralFields& page) {
     QString frame = QStringLiteral("850E51") + Format00(page.profile);
     frame += NumberToField(TextToSingle(page.nominalText), 100.0f, 2);
     frame += NumberToField(TextToSingle(page.Txt0[1]), 1.0f, 2);
@@ -40,7 +40,7 @@ QString GeneralFrame(const GeneralPage& page) {
     return frame + QStringLiteral("000D");
 }
 
-QString ProtectionFrame(const ProtectionPage& page) {
+QString ProtectionFrame(const ProtectionFields& page) {
     QString frame = QStringLiteral("850C52") + Format00(page.profile);
     frame += field4(ToInt16(wholeOfFormatted(TextToSingle(page.Txt1[0])) + 273.0));
     frame += NumberToField(TextToSingle(page.Txt1[1]), 100.0f, 2);
@@ -66,7 +66,7 @@ int StageCountOfText(const QString& cmb2TotalText) {
     return static_cast<int>(std::nearbyint(n));
 }
 
-StagesWrite StagesFrame(const StagesPage& page) {
+StagesWrite StagesFrame(const StageFields& page) {
     StagesWrite out;
     if (page.stagePosition < 0) {
         out.failFocus = StagesFocus::Cmb2Total;
@@ -147,15 +147,15 @@ QString AnyTargetByte(int targetPosition, const QString& targetText) {
     return Format00(stageNumber - 1);
 }
 
-QString AnyCondFrame(int profile, int stage, const AnyCondPage& page, bool chargerIdentified) {
+QString AnyCondFrame(int profile, int stage, const AnyCondFields& page, bool chargerIdentified) {
     const QString target =
         AnyTargetByte(page.targetPositions.at(stage), page.targetTexts.at(stage));
     return QStringLiteral("851D55") + Format00(profile) + Format00(stage) + target +
            ConditionPayload(page.grid, stage, chargerIdentified) + QStringLiteral("000D");
 }
 
-AnyCondPage ClearedAnyCondPage(const AnyCondPage& page) {
-    AnyCondPage out = page;
+AnyCondFields ClearedAnyCondFields(const AnyCondFields& page) {
+    AnyCondFields out = page;
     out.targetPositions.fill(-1);
     for (int i = 0; i < kCellCount; ++i) {
         if (out.grid.types[i] != 0) {

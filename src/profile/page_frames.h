@@ -30,18 +30,18 @@ public:
     TargetStageError() : std::runtime_error("Invalid target stage") {}
 };
 
-struct GeneralPage {
+struct GeneralFields {
     int profile = 0;              // CmbPN list position
     QString nominalText;          // Cmb0NV.Text, e.g. "12V"
     std::array<QString, 6> Txt0;  // Txt0(1)..Txt0(5); element 0 has no box and is not read
 };
 
-struct ProtectionPage {
+struct ProtectionFields {
     int profile = 0;
     std::array<QString, 5> Txt1;  // Txt1(0)..Txt1(4)
 };
 
-struct StagesPage {
+struct StageFields {
     int profile = 0;
     int stagePosition = -1;  // Cmb2Total list position
     QString stageText;       // Cmb2Total.Text
@@ -55,7 +55,7 @@ struct ConditionGrid {
 };
 
 // The any-stage page including the target lists Cmb4SN(0..6).
-struct AnyCondPage {
+struct AnyCondFields {
     ConditionGrid grid;
     std::array<int, kMaxStages> targetPositions{-1, -1, -1, -1, -1, -1, -1};
     std::array<QString, kMaxStages> targetTexts;
@@ -63,11 +63,11 @@ struct AnyCondPage {
 
 // 0x51, "850E51" + profile + nominal x100 + capacity + coefficient + ref x10 + derating (1 byte)
 // + derating ref x10 + "000D".
-QString GeneralFrame(const GeneralPage& page);
+QString GeneralFrame(const GeneralFields& page);
 
 // 0x52. Txt1(0) goes as its "0"-formatted value plus 273; Txt1(2) and Txt1(3) are never sent
 // (always FFFF and FF).
-QString ProtectionFrame(const ProtectionPage& page);
+QString ProtectionFrame(const ProtectionFields& page);
 
 // What CmdOK2_Click does before sending: fail with the focus on Cmb2Total (no stage count) or
 // on the first existing stage voltage that reads 0; otherwise the frame.
@@ -79,7 +79,7 @@ struct StagesWrite {
 
     bool ok() const { return failFocus == StagesFocus::None; }
 };
-StagesWrite StagesFrame(const StagesPage& page);
+StagesWrite StagesFrame(const StageFields& page);
 
 // The 0x53 length byte (n + 1) * 4 as two hex digits: 1 stage "08", 3 "10", 7 "20".
 QString StagesLengthByte(int stageCount);
@@ -109,11 +109,11 @@ QString AnyTargetByte(int targetPosition, const QString& targetText);
 
 // 0x55 for one stage: "851D55" + profile + stage + target + cells + "000D". Build each stage's
 // frame just before sending it: an error ends the write after the stages already sent.
-QString AnyCondFrame(int profile, int stage, const AnyCondPage& page, bool chargerIdentified);
+QString AnyCondFrame(int profile, int stage, const AnyCondFields& page, bool chargerIdentified);
 
 // The any-stage page as the write-all leaves it before writing it: every target unselected and
 // every type "none". A cell whose type changes is emptied by its type handler; a cell already
 // "none" keeps its text, since setting the same position runs no handler.
-AnyCondPage ClearedAnyCondPage(const AnyCondPage& page);
+AnyCondFields ClearedAnyCondFields(const AnyCondFields& page);
 
 }  // namespace zun::profile

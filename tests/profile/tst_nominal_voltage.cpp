@@ -69,24 +69,6 @@ private slots:
         }
     }
 
-    void positionForNominal_data() {
-        QTest::addColumn<float>("volts");
-        QTest::addColumn<int>("position");  // -1: nothing selected
-
-        QTest::newRow("12") << 12.0f << 0;
-        QTest::newRow("24") << 24.0f << 1;
-        QTest::newRow("48") << 48.0f << 2;
-        QTest::newRow("36") << 36.0f << -1;
-        QTest::newRow("0") << 0.0f << -1;
-        QTest::newRow("12.1") << 12.1f << -1;
-    }
-
-    void positionForNominal() {
-        QFETCH(float, volts);
-        QFETCH(int, position);
-        QCOMPARE(PositionForNominal(volts).value_or(-1), position);
-    }
-
     void singleText_data() {
         QTest::addColumn<float>("value");
         QTest::addColumn<QString>("text");

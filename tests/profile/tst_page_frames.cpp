@@ -70,46 +70,13 @@ private slots:
         QFETCH(QStringList, boxes);
         QFETCH(QString, expected);
 
-        GeneralPage page;
+        GeneralFields page;
         page.profile = profile;
         page.nominalText = nominal;
         for (int i = 1; i <= 5; ++i) {
             page.Txt0[i] = boxes[i - 1];
         }
         QCOMPARE(GeneralFrame(page), expected);
-    }
-
-    void generalOverflow_data() {
-        QTest::addColumn<int>("index");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("throws");
-
-        QTest::newRow("capacity 32767 fits") << 1 << "32767" << false;
-        QTest::newRow("capacity 32768") << 1 << "32768" << true;
-        QTest::newRow("capacity -32769") << 1 << "-32769" << true;
-        QTest::newRow("reference 3276.7 fits") << 3 << "3276.7" << false;
-        QTest::newRow("reference 3276.8") << 3 << "3276.8" << true;
-        QTest::newRow("derating 40000 (one byte, still 16-bit first)") << 4 << "40000" << true;
-        QTest::newRow("derating reference 1e6") << 5 << "1e6" << true;
-    }
-
-    void generalOverflow() {
-        QFETCH(int, index);
-        QFETCH(QString, text);
-        QFETCH(bool, throws);
-
-        GeneralPage page;
-        page.nominalText = QStringLiteral("12V");
-        page.Txt0 = {"", "100", "18", "25", "2", "40"};
-        page.Txt0[index] = text;
-        bool thrown = false;
-        try {
-            GeneralFrame(page);
-        } catch (const OverflowError&) {
-            thrown = true;
-        }
-        QVERIFY2(thrown == throws,
-                 qPrintable(QStringLiteral("Txt0(%1) = %2").arg(index).arg(text)));
     }
 
     void protectionFrame_data() {
@@ -145,43 +112,12 @@ private slots:
         QFETCH(QStringList, boxes);
         QFETCH(QString, expected);
 
-        ProtectionPage page;
+        ProtectionFields page;
         page.profile = profile;
         for (int i = 0; i < 5; ++i) {
             page.Txt1[i] = boxes[i];
         }
         QCOMPARE(ProtectionFrame(page), expected);
-    }
-
-    void protectionOverflow_data() {
-        QTest::addColumn<int>("index");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("throws");
-
-        QTest::newRow("temperature 32494 fits") << 0 << "32494" << false;
-        QTest::newRow("temperature 32495") << 0 << "32495" << true;
-        QTest::newRow("over-voltage 327.67 fits") << 1 << "327.67" << false;
-        QTest::newRow("over-voltage 400") << 1 << "400" << true;
-        QTest::newRow("charge amount is not sent") << 2 << "1e9" << false;
-        QTest::newRow("total time 1e5") << 4 << "1e5" << true;
-    }
-
-    void protectionOverflow() {
-        QFETCH(int, index);
-        QFETCH(QString, text);
-        QFETCH(bool, throws);
-
-        ProtectionPage page;
-        page.Txt1 = {"10", "18", "", "", "20"};
-        page.Txt1[index] = text;
-        bool thrown = false;
-        try {
-            ProtectionFrame(page);
-        } catch (const OverflowError&) {
-            thrown = true;
-        }
-        QVERIFY2(thrown == throws,
-                 qPrintable(QStringLiteral("Txt1(%1) = %2").arg(index).arg(text)));
     }
 
     void stagesFrame_data() {
@@ -215,7 +151,7 @@ private slots:
         QFETCH(QStringList, boxes);
         QFETCH(QString, expected);
 
-        StagesPage page;
+        StageFields page;
         page.profile = profile;
         page.stagePosition = position;
         page.stageText = QString::number(position + 1);
@@ -253,7 +189,7 @@ private slots:
         QFETCH(int, focus);
         QFETCH(int, txt2Index);
 
-        StagesPage page;
+        StageFields page;
         page.stagePosition = position;
         page.stageText = position < 0 ? QString() : QString::number(position + 1);
         for (int i = 0; i < boxes.size(); ++i) {
@@ -263,18 +199,6 @@ private slots:
         QCOMPARE(int(write.failFocus), focus);
         QCOMPARE(write.txt2Index, txt2Index);
         QCOMPARE(write.frame.isEmpty(), focus != int(StagesFocus::None));
-    }
-
-    void stagesOverflow() {
-        StagesPage page;
-        page.stagePosition = 0;
-        page.stageText = QStringLiteral("1");
-        page.Txt2[0] = QStringLiteral("327.68");
-        page.Txt2[1] = QStringLiteral("2");
-        QVERIFY_THROWS_EXCEPTION(OverflowError, StagesFrame(page));
-        page.Txt2[0] = QStringLiteral("14");
-        page.Txt2[1] = QStringLiteral("3276.8");
-        QVERIFY_THROWS_EXCEPTION(OverflowError, StagesFrame(page));
     }
 
     void lengthByte_data() {
@@ -346,23 +270,86 @@ private slots:
         QCOMPARE(ConditionCell(1, slot, text, identified), cell);
     }
 
-    void slotOverflow_data() {
-        QTest::addColumn<int>("slot");
+    // Where a 16-bit field would overflow, the builder throws instead of sending.
+    void overflow_data() {
+        QTest::addColumn<QString>("field");  // page and box, or "slotN" / "slotN-" (no charger)
         QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("identified");
+        QTest::addColumn<bool>("throws");
 
-        QTest::newRow("slot 0 volts") << 0 << "400" << true;
-        QTest::newRow("slot 2 kelvin") << 2 << "32495" << true;
-        QTest::newRow("slot 4 identified") << 4 << "3276.8" << true;
-        QTest::newRow("slot 4 not identified") << 4 << "32768" << false;
-        QTest::newRow("slot 5") << 5 << "1e9" << true;
+        QTest::newRow("capacity 32767 fits") << "Txt0(1)"
+                                             << "32767" << false;
+        QTest::newRow("capacity 32768") << "Txt0(1)"
+                                        << "32768" << true;
+        QTest::newRow("capacity -32769") << "Txt0(1)"
+                                         << "-32769" << true;
+        QTest::newRow("reference 3276.7 fits") << "Txt0(3)"
+                                               << "3276.7" << false;
+        QTest::newRow("reference 3276.8") << "Txt0(3)"
+                                          << "3276.8" << true;
+        QTest::newRow("derating 40000, one byte") << "Txt0(4)"
+                                                  << "40000" << true;
+        QTest::newRow("temperature 32494 fits") << "Txt1(0)"
+                                                << "32494" << false;
+        QTest::newRow("temperature 32495 in kelvin") << "Txt1(0)"
+                                                     << "32495" << true;
+        QTest::newRow("over-voltage 327.67 fits") << "Txt1(1)"
+                                                  << "327.67" << false;
+        QTest::newRow("over-voltage 400") << "Txt1(1)"
+                                          << "400" << true;
+        QTest::newRow("charge amount is not sent") << "Txt1(2)"
+                                                   << "1e9" << false;
+        QTest::newRow("total time 1e5") << "Txt1(4)"
+                                        << "1e5" << true;
+        QTest::newRow("stage voltage 327.68") << "Txt2(0)"
+                                              << "327.68" << true;
+        QTest::newRow("stage current 3276.8") << "Txt2(1)"
+                                              << "3276.8" << true;
+        QTest::newRow("slot 0 volts") << "slot0"
+                                      << "400" << true;
+        QTest::newRow("slot 2 kelvin") << "slot2"
+                                       << "32495" << true;
+        QTest::newRow("slot 4 identified") << "slot4"
+                                           << "3276.8" << true;
+        QTest::newRow("slot 4 not identified") << "slot4-"
+                                               << "32768" << true;
+        QTest::newRow("slot 5") << "slot5"
+                                << "1e9" << true;
     }
 
-    void slotOverflow() {
-        QFETCH(int, slot);
+    void overflow() {
+        QFETCH(QString, field);
         QFETCH(QString, text);
-        QFETCH(bool, identified);
-        QVERIFY_THROWS_EXCEPTION(OverflowError, ConditionCell(1, slot, text, identified));
+        QFETCH(bool, throws);
+
+        GeneralFields general;
+        general.nominalText = QStringLiteral("12V");
+        general.Txt0 = {"", "100", "18", "25", "2", "40"};
+        ProtectionFields protection;
+        protection.Txt1 = {"10", "18", "", "", "20"};
+        StageFields stages;
+        stages.stagePosition = 0;
+        stages.stageText = QStringLiteral("1");
+        stages.Txt2[0] = QStringLiteral("14");
+        stages.Txt2[1] = QStringLiteral("2");
+        const int index = field.mid(5, 1).toInt();
+        bool thrown = false;
+        try {
+            if (field.startsWith(QLatin1String("Txt0"))) {
+                general.Txt0[index] = text;
+                GeneralFrame(general);
+            } else if (field.startsWith(QLatin1String("Txt1"))) {
+                protection.Txt1[index] = text;
+                ProtectionFrame(protection);
+            } else if (field.startsWith(QLatin1String("Txt2"))) {
+                stages.Txt2[index] = text;
+                StagesFrame(stages);
+            } else {
+                ConditionCell(1, field.mid(4, 1).toInt(), text, !field.endsWith(QLatin1Char('-')));
+            }
+        } catch (const OverflowError&) {
+            thrown = true;
+        }
+        QVERIFY2(thrown == throws, qPrintable(field + QStringLiteral(" = ") + text));
     }
 
     void nextCondFrame_data() {
@@ -471,7 +458,7 @@ private slots:
         QFETCH(int, stage);
         QFETCH(QString, expected);
 
-        AnyCondPage page;
+        AnyCondFields page;
         page.grid = gridWith({8, 18}, {2, 1}, {"27", "57"});
         page.targetPositions = {0, 2, -1, 0, -1, -1, -1};
         page.targetTexts = {"1", "4", "", "1", "", "", ""};
@@ -479,11 +466,11 @@ private slots:
     }
 
     void writeAllClearsAnyStagePage() {
-        AnyCondPage page;
+        AnyCondFields page;
         page.grid = gridWith({8, 13, 21}, {2, 0, 1}, {"27", "5", "90"});
         page.targetPositions = {1, 2, 0, -1, -1, -1, -1};
         page.targetTexts = {"3", "4", "1", "", "", "", ""};
-        const AnyCondPage cleared = ClearedAnyCondPage(page);
+        const AnyCondFields cleared = ClearedAnyCondFields(page);
 
         for (int i = 0; i < kCellCount; ++i) {
             QCOMPARE(cleared.grid.types[i], 0);

@@ -1,4 +1,3 @@
-#include "profile/profile_memory.h"
 #include "profile/profile_switch.h"
 #include "profile/stage_layout.h"
 #include "profile_tests.h"
@@ -300,19 +299,6 @@ private slots:
             txt2[i] = boxes[i];
         }
         QCOMPARE(StagesWritable(txt2, count), writable);
-    }
-
-    // Storing a page into profile 2 leaves profile 1 alone, and clear() empties both.
-    void memoryKeepsProfilesApart() {
-        ProfileMemory memory;
-        memory.ProfileNextCond(1, 13) = CondEntry(2, QStringLiteral("120"));
-        memory.ProfileStages(1, 0) = QStringLiteral("3");
-        QVERIFY(memory.ProfileNextCond(0, 13).isEmpty());
-        QCOMPARE(memory.ProfileNextCond(1, 13), QStringLiteral("2120"));
-        QCOMPARE(StageCountPosition(memory.ProfileStages(1, 0), 4).value_or(-2), 2);
-        QCOMPARE(StageCountPosition(memory.ProfileStages(0, 0), 4).value_or(-2), -2);
-        memory.clear();
-        QVERIFY(memory.ProfileNextCond(1, 13).isEmpty());
     }
 };
 

@@ -145,7 +145,7 @@ private slots:
         for (int round = 0; round < kRounds; ++round) {
             const int profile = rng.bounded(2);
             try {
-                GeneralPage g;
+                GeneralFields g;
                 g.profile = profile;
                 g.nominalText = randomText(rng);
                 for (QString& t : g.Txt0) {
@@ -157,7 +157,7 @@ private slots:
                 ++overflows;
             }
             try {
-                ProtectionPage p;
+                ProtectionFields p;
                 p.profile = profile;
                 for (QString& t : p.Txt1) {
                     t = randomText(rng);
@@ -168,7 +168,7 @@ private slots:
                 ++overflows;
             }
             try {
-                StagesPage s;
+                StageFields s;
                 s.profile = profile;
                 s.stagePosition = rng.bounded(8) - 1;
                 s.stageText =
@@ -187,7 +187,7 @@ private slots:
             } catch (const OverflowError&) {
                 ++overflows;
             }
-            AnyCondPage page;
+            AnyCondFields page;
             for (int i = 0; i < kCellCount; ++i) {
                 page.grid.types[i] = rng.bounded(3);
                 page.grid.texts[i] = randomText(rng);

@@ -1,0 +1,11 @@
+#include <QGuiApplication>
+
+int runReadingsTest(int argc, char** argv);
+
+int main(int argc, char** argv) {
+    // Fonts and images need a GUI application; tests run on the offscreen platform.
+    QGuiApplication app(argc, argv);
+    int failed = 0;
+    failed += runReadingsTest(argc, argv);
+    return failed;
+}

@@ -1,11 +1,13 @@
 #include <QGuiApplication>
 
 int runReadingsTest(int argc, char** argv);
+int runLogDownloadTest(int argc, char** argv);
 
 int main(int argc, char** argv) {
     // Fonts and images need a GUI application; tests run on the offscreen platform.
     QGuiApplication app(argc, argv);
     int failed = 0;
     failed += runReadingsTest(argc, argv);
+    failed += runLogDownloadTest(argc, argv);
     return failed;
 }

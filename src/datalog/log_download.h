@@ -1,0 +1,91 @@
+#pragma once
+
+#include "datalog/log_table_model.h"
+
+#include <QString>
+
+#include <functional>
+#include <vector>
+
+namespace zun::link {
+class Exchange;
+}
+
+namespace zun::datalog {
+
+// Slots of the charger's log ring and the most records one block request asks for.
+constexpr int kRingSlots = 4320;
+constexpr int kBlockRecords = 10;
+
+// The reply to the log-pointer request: the slot written next and whether the ring has wrapped.
+struct LogPointer {
+    bool answered = false;  // any reply at all; without one the streamed transfer is used
+    int pointer = 0;        // always within 0..4319
+    bool wrapped = false;
+};
+
+// Characters 5-8 of the reply are the pointer (16-bit), 9-10 "01" marks a wrapped ring. A
+// reply without "0D" reads as an empty, unwrapped log.
+LogPointer ParsePointerReply(const QString& reply);
+
+struct LogBlock {
+    int first = 0;
+    int last = 0;
+    friend bool operator==(const LogBlock& a, const LogBlock& b) {
+        return a.first == b.first && a.last == b.last;
+    }
+};
+
+// Blocks of at most ten records: wrapped N+2..4319 then 0..N (slot N+1 is never read), else
+// 0..N-1.
+std::vector<LogBlock> PlanBlocks(int pointer, bool wrapped);
+
+// "850678AA" + first + last (four hex digits each) + "0D"; the request has no checksum byte.
+QString BlockFrame(int first, int last);
+
+// 4320 for a wrapped ring, else the pointer.
+int ProgressTotal(int pointer, bool wrapped);
+
+// "Download: " + Int(count / total * 100) + "% finished"; empty when total is not above 0.
+QString ProgressText(int count, int total);
+
+// One record (24 hex characters, or fewer for a truncated last one) as a table row; the four
+// values are hundredths written "0.00", a field that is not hex text enters as 0.
+LogRow RecordRow(const QString& record, const QString& counterText);
+
+// The records of one block reply (frame head of 8 and tail of 4 hex characters stripped). Each
+// row is numbered with ++counter, formatted "0000".
+std::vector<LogRow> DecodeBlockReply(const QString& reply, int& counter);
+
+// What the window shows while the log comes in. Every member may be left empty.
+struct DownloadProgress {
+    std::function<void(const QString& text)> text;  // LabDownDisp caption
+    std::function<void(bool visible)> visible;      // LabDownDisp visibility
+    std::function<void(const LogRow& row)> row;     // each row as it is decoded
+};
+
+struct DownloadResult {
+    std::vector<LogRow> rows;
+    bool streamed = false;  // the pointer request got no reply
+    LogPointer pointer;
+    int blocksRequested = 0;
+    int blocksSkipped = 0;  // block requests without a reply
+};
+
+// The whole download: pointer request, then block requests, or the streamed transfer when the
+// pointer request goes unanswered. Finishing (time stamp, buttons, charge, chart) is left to
+// FinishDownload.
+DownloadResult DownloadLog(link::Exchange& exchange, const DownloadProgress& progress = {});
+
+// Polls of 0.2 s in a row without data that end the streamed transfer (more than five).
+constexpr int kStreamIdlePolls = 5;
+// Bound on the streamed transfer's polls, so a line that never falls silent cannot hold the
+// window forever (a full ring at 9600 baud needs about 270).
+constexpr int kStreamMaxPolls = 6000;
+
+// The older transfer: run-time request for the expected count, then the charger streams every
+// record after "850356AA000D" and the rows are numbered by their own record-number field.
+std::vector<LogRow> StreamLogDownload(link::Exchange& exchange,
+                                      const DownloadProgress& progress = {});
+
+}  // namespace zun::datalog

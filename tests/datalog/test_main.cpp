@@ -2,6 +2,7 @@
 
 int runReadingsTest(int argc, char** argv);
 int runLogDownloadTest(int argc, char** argv);
+int runLogCsvTest(int argc, char** argv);
 
 int main(int argc, char** argv) {
     // Fonts and images need a GUI application; tests run on the offscreen platform.
@@ -9,5 +10,6 @@ int main(int argc, char** argv) {
     int failed = 0;
     failed += runReadingsTest(argc, argv);
     failed += runLogDownloadTest(argc, argv);
+    failed += runLogCsvTest(argc, argv);
     return failed;
 }

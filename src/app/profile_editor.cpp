@@ -1,58 +1,480 @@
 #include "app/profile_editor.h"
 
-#include <QGridLayout>
+#include "app/busy_guard.h"
+#include "app/condition_page.h"
+#include "app/general_page.h"
+#include "app/protection_page.h"
+#include "app/stages_page.h"
+#include "profile/nominal_voltage.h"
+#include "profile/profile_switch.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QFocusEvent>
 #include <QHBoxLayout>
+#include <QHash>
+#include <QKeyEvent>
+#include <QMessageBox>
+#include <QPainter>
+#include <QPointer>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace zun::app {
 
+namespace {
+
+bool setRole(QPalette& p, QPalette::ColorGroup group, QPalette::ColorRole role,
+             const QColor& colour) {
+    if (p.color(group, role) == colour) {
+        return false;
+    }
+    p.setColor(group, role, colour);
+    return true;
+}
+
+// A handler run from an event or a signal: nothing it throws may leave it.
+template <typename F>
+void guarded(F&& fn) {
+    try {
+        fn();
+    } catch (...) {
+    }
+}
+
+}  // namespace
+
+void SetTextColour(QWidget* w, const QColor& colour) {
+    if (w == nullptr || !colour.isValid()) {
+        return;
+    }
+    // The disabled group keeps the style's greyed text.
+    QPalette p = w->palette();
+    bool changed = false;
+    for (QPalette::ColorGroup g : {QPalette::Active, QPalette::Inactive}) {
+        for (QPalette::ColorRole r : {QPalette::Text, QPalette::ButtonText, QPalette::WindowText}) {
+            changed = setRole(p, g, r, colour) || changed;
+        }
+    }
+    if (changed) {
+        w->setPalette(p);
+    }
+}
+
+void SetBackColour(QWidget* w, const QColor& colour) {
+    if (w == nullptr || !colour.isValid()) {
+        return;
+    }
+    QPalette p = w->palette();
+    bool changed = false;
+    for (QPalette::ColorGroup g : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+        for (QPalette::ColorRole r : {QPalette::Base, QPalette::Button}) {
+            changed = setRole(p, g, r, colour) || changed;
+        }
+    }
+    if (changed) {
+        w->setPalette(p);
+    }
+}
+
+QColor TextColourOf(profile::Mark mark) {
+    switch (mark) {
+        case profile::Mark::Wrong:
+            return kWrongColour;
+        case profile::Mark::RightSystem:
+            return QApplication::palette().color(QPalette::Active, QPalette::ButtonText);
+        case profile::Mark::RightBlack:
+            return QColor(Qt::black);
+        case profile::Mark::Untouched:
+            break;
+    }
+    return QColor();
+}
+
+// GotFocus, LostFocus and KeyUp of the settings boxes.
+class BoxEvents : public QObject {
+public:
+    using QObject::QObject;
+
+    struct Handlers {
+        QPointer<QLineEdit> box;
+        std::function<void()> lostFocus;
+        std::function<void(int)> keyUp;
+    };
+
+    void watch(QLineEdit* box, Handlers handlers) {
+        boxes_.insert(box, std::move(handlers));
+        box->installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        const auto it = boxes_.constFind(watched);
+        if (it == boxes_.constEnd()) {
+            return false;
+        }
+        const Handlers& h = it.value();
+        switch (event->type()) {
+            case QEvent::FocusIn: {
+                // Deferred, so that the mouse click that brought the focus does not undo it.
+                QPointer<QLineEdit> box = h.box;
+                QTimer::singleShot(0, this, [box] {
+                    if (box && box->hasFocus()) {
+                        box->selectAll();
+                    }
+                });
+                break;
+            }
+            case QEvent::FocusOut: {
+                // Another window taking over, or a menu opening, is not leaving the box.
+                const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
+                if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason &&
+                    h.lostFocus) {
+                    guarded(h.lostFocus);
+                }
+                break;
+            }
+            case QEvent::KeyRelease: {
+                auto* key = static_cast<QKeyEvent*>(event);
+                if (!key->isAutoRepeat() && h.keyUp) {
+                    const int code = key->key();
+                    guarded([&] { h.keyUp(code); });
+                }
+                break;
+            }
+            default:
+                break;
+        }
+        return false;
+    }
+
+private:
+    QHash<QObject*, Handlers> boxes_;
+};
+
 ProfileEditor::ProfileEditor(WindowState& state, QWidget* parent) : QWidget(parent), state_(state) {
+    boxEvents_ = new BoxEvents(this);
+
     auto* top = new QHBoxLayout;
-    auto* lab = new QLabel(tr("Profile No :"));
-    lab->setObjectName("Lab1(0)");
+    auto* lab = new QLabel(QStringLiteral("Profile No :"));
+    lab->setObjectName(QStringLiteral("Lab1(0)"));
     CmbPN = new QComboBox;
-    CmbPN->setObjectName("CmbPN");
-    CmbPN->addItems({"1", "2"});
-    Check1 = new QCheckBox("Atuo set 0");
-    Check1->setObjectName("Check1");
-    CmdOK = new QPushButton("OK");
-    CmdOK->setObjectName("CmdOK");
+    CmbPN->setObjectName(QStringLiteral("CmbPN"));
+    {
+        // No profile is chosen until start-up chooses the first one.
+        const QSignalBlocker block(CmbPN);
+        CmbPN->addItems({QStringLiteral("1"), QStringLiteral("2")});
+        CmbPN->setCurrentIndex(-1);
+    }
+    CmbPN->setFixedWidth(60);
+    lab->setBuddy(CmbPN);
+    Image1 = new QLabel;
+    Image1->setObjectName(QStringLiteral("Image1"));
+    Image1->setFixedSize(48, 26);
+    Check1 = new QCheckBox(QStringLiteral("Atuo set 0"));
+    Check1->setObjectName(QStringLiteral("Check1"));
+    Check1->setToolTip(QStringLiteral("Load a three-stage starting profile into the pages"));
+    CmdOK = new QPushButton(QStringLiteral("Write all pages"));
+    CmdOK->setObjectName(QStringLiteral("CmdOK"));
+    CmdOK->setToolTip(QStringLiteral("Write every page of this profile to the charger"));
+    CmdOK->setMinimumWidth(130);
+    BusyGuard::MarkExchangeStarter(CmdOK);
     top->addWidget(lab);
     top->addWidget(CmbPN);
+    top->addSpacing(6);
+    top->addWidget(Image1);
+    top->addSpacing(24);
     top->addWidget(Check1);
     top->addStretch();
     top->addWidget(CmdOK);
 
     Tab2 = new QTabWidget;
-    Tab2->setObjectName("Tab2");
-    auto* general = new QWidget;
-    auto* g = new QGridLayout(general);
-    Cmb0NV = new QComboBox;
-    Cmb0NV->setObjectName("Cmb0NV");
-    Cmb0NV->addItems({"12V", "24V", "48V"});
-    Cmb0NV->setCurrentIndex(-1);
-    auto* nvLabel = new QLabel("Nominal bat Voltage :");
-    nvLabel->setObjectName("Lab0(1)");
-    g->addWidget(nvLabel, 0, 0);
-    g->addWidget(Cmb0NV, 0, 1);
-    g->setRowStretch(1, 1);
-    Tab2->addTab(general, "General Setting");
-    Tab2->addTab(new QWidget, "Protection setting");
-    Tab2->addTab(new QWidget, "Charge Stage");
-    Tab2->addTab(new QWidget, "Next Stage Condition");
-    Tab2->addTab(new QWidget, "Any Stage Condition");
+    Tab2->setObjectName(QStringLiteral("Tab2"));
+    general_ = new GeneralPage(*this, state_);
+    protection_ = new ProtectionPage(*this, state_);
+    stages_ = new StagesPage(*this, state_);
+    nextCond_ = new ConditionPage(ConditionKind::Next, *this, state_);
+    anyCond_ = new ConditionPage(ConditionKind::Any, *this, state_);
+    Tab2->addTab(general_, QStringLiteral("General Setting"));
+    Tab2->addTab(protection_, QStringLiteral("Protection setting"));
+    Tab2->addTab(stages_, QStringLiteral("Charge Stage"));
+    Tab2->addTab(nextCond_, QStringLiteral("Next Stage Condition"));
+    Tab2->addTab(anyCond_, QStringLiteral("Any Stage Condition"));
 
     auto* v = new QVBoxLayout(this);
     v->addLayout(top);
     v->addWidget(Tab2, 1);
-    connect(Cmb0NV, &QComboBox::currentIndexChanged, this, [this] { Cmb0NV_Click(); });
-    connect(CmbPN, &QComboBox::currentIndexChanged, this, [this] { CmbPN_Click(); });
+
+    connect(CmbPN, &QComboBox::currentIndexChanged, this,
+            [this] { guarded([this] { CmbPN_Click(); }); });
+    connect(Check1, &QCheckBox::clicked, this, [this] { guarded([this] { Check1_Click(); }); });
+    connect(CmdOK, &QPushButton::clicked, this, [this] { guarded([this] { CmdOK_Click(); }); });
+    CheckConsistency();
 }
 
-void ProfileEditor::InitPages() {}
+ProfileEditor::~ProfileEditor() = default;
 
-void ProfileEditor::CmbPN_Click() {}
+QComboBox* ProfileEditor::nominalVoltage() const {
+    return general_->Cmb0NV;
+}
 
-void ProfileEditor::Cmb0NV_Click() {}
+void ProfileEditor::Store(MemoryTable table, int entry, const QString& text) {
+    const int p = currentProfile();
+    if (state_.FillingPages || p < 0 || p > 1) {
+        return;
+    }
+    guarded([&] { (state_.memory.*table)(p, entry) = text; });
+}
+
+void ProfileEditor::ShowMessage(const QString& text) {
+    if (messageHook) {
+        messageHook(text);
+        return;
+    }
+    QMessageBox::information(window(), window()->windowTitle(), text);
+}
+
+void ProfileEditor::ParkFocus(QWidget* w) {
+    if (w == nullptr) {
+        return;
+    }
+    QWidget* focus = w->window()->focusWidget();
+    if (focus != nullptr && (focus == w || w->isAncestorOf(focus))) {
+        setFocus(Qt::OtherFocusReason);
+    }
+}
+
+void ProfileEditor::FocusNext(QWidget* from) {
+    QWidget* w = from->nextInFocusChain();
+    for (int guard = 0; w != nullptr && w != from && guard < 1000; ++guard) {
+        if (isAncestorOf(w) && w->isEnabled() && w->isVisibleTo(this) &&
+            (w->focusPolicy() & Qt::TabFocus) == Qt::TabFocus) {
+            w->setFocus(Qt::TabFocusReason);
+            return;
+        }
+        w = w->nextInFocusChain();
+    }
+}
+
+void ProfileEditor::WatchBox(QLineEdit* box, std::function<void()> lostFocus,
+                             std::function<void(int)> keyUp) {
+    boxEvents_->watch(box, BoxEvents::Handlers{box, std::move(lostFocus), std::move(keyUp)});
+}
+
+void ProfileEditor::showProfilePicture(int p) {
+    QPixmap pix(Image1->size());
+    pix.fill(Qt::transparent);
+    QPainter painter(&pix);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QColor body = p == 0 ? QColor(46, 125, 50) : QColor(21, 101, 192);
+    painter.setPen(QPen(body.darker(130), 1.5));
+    painter.setBrush(body);
+    painter.drawRoundedRect(QRectF(1.5, 2.5, 40, 21), 3, 3);
+    painter.drawRect(QRectF(42, 9, 4, 8));
+    painter.setPen(Qt::white);
+    QFont f = font();
+    f.setBold(true);
+    painter.setFont(f);
+    painter.drawText(QRectF(1.5, 2.5, 40, 21), Qt::AlignCenter, QStringLiteral("P%1").arg(p + 1));
+    painter.end();
+    Image1->setPixmap(pix);
+}
+
+void ProfileEditor::InitPages() {
+    auto step = [](const auto& fn) { guarded(fn); };
+    step([&] { state_.memory.clear(); });
+    for (int i = 1; i <= 5; ++i) {
+        step([&] { general_->Txt0[i]->setText(QString()); });
+    }
+    for (QLineEdit* box : protection_->Txt1) {
+        step([&] { box->setText(QString()); });
+    }
+    for (QLineEdit* box : stages_->Txt2) {
+        step([&] { box->setText(QString()); });
+    }
+    step([&] { nextCond_->InitPage(); });
+    step([&] { anyCond_->InitPage(); });
+}
+
+void ProfileEditor::CmbPN_Click() {
+    const int p = CmbPN->currentIndex();
+    if (p < 0 || p > 1) {
+        return;
+    }
+    // Every step that fails is skipped and the next one runs.
+    auto step = [](const auto& fn) { guarded(fn); };
+    profile::ProfileMemory& m = state_.memory;
+
+    step([&] { showProfilePicture(p); });
+    step([&] {
+        // The charger's own voltage wins over the profile's once a charger is identified.
+        if (!state_.ChargerModel.isEmpty()) {
+            return;
+        }
+        const std::optional<int> pos = profile::StoredNominalPosition(m.ProfileGeneral(p, 0));
+        if (pos) {
+            general_->Cmb0NV->setCurrentIndex(*pos);
+            if (const auto limits = profile::NominalLimits(*pos)) {
+                state_.NominalLimits = *limits;
+            }
+        }
+    });
+    for (int i = 1; i <= 5; ++i) {
+        step([&] { general_->Txt0[i]->setText(m.ProfileGeneral(p, i)); });
+    }
+    for (int i = 0; i < 5; ++i) {
+        // Txt1(1) follows the nominal voltage, never the profile.
+        if (i != 1) {
+            step([&] { protection_->Txt1[i]->setText(m.ProfileProtection(p, i)); });
+        }
+    }
+
+    state_.FillingPages = true;
+    // The stage count first, so that its handling has enabled the right stage fields.
+    step([&] {
+        const std::optional<int> pos =
+            profile::StageCountPosition(m.ProfileStages(p, 0), stages_->Cmb2Total->count());
+        if (pos) {
+            stages_->Cmb2Total->setCurrentIndex(*pos);
+        }
+    });
+    for (int i = 0; i < profile::kStageFieldCount; ++i) {
+        step([&] {
+            stages_->Txt2[i]->setText(profile::StageFieldText(i, m.ProfileStages(p, i + 1),
+                                                              stages_->Cmb2Total->currentText()));
+        });
+    }
+    for (int i = 0; i < profile::kCellCount; ++i) {
+        step([&] {
+            if (const auto pos = profile::NextCondTypePosition(m.ProfileNextCond(p, i))) {
+                nextCond_->CmbType[i]->setCurrentIndex(*pos);
+            }
+        });
+        step([&] { nextCond_->Txt[i]->setText(profile::CellValueText(m.ProfileNextCond(p, i))); });
+    }
+    for (int s = 0; s < profile::kMaxStages; ++s) {
+        step([&] { anyCond_->SelectStoredTarget(s, m.ProfileAnyTarget(p, s)); });
+    }
+    for (int i = 0; i < profile::kCellCount; ++i) {
+        step([&] {
+            if (const auto pos = profile::AnyCondTypePosition(m.ProfileAnyCond(p, i))) {
+                anyCond_->CmbType[i]->setCurrentIndex(*pos);
+            }
+        });
+        step([&] { anyCond_->Txt[i]->setText(profile::CellValueText(m.ProfileAnyCond(p, i))); });
+    }
+    state_.FillingPages = false;
+}
+
+void ProfileEditor::Cmb0NV_Click() {
+    general_->Cmb0NV_Click();
+}
+
+void ProfileEditor::Check1_Click() {
+    const profile::AutoSetPlan plan =
+        profile::AutoSet0(general_->Cmb0NV->currentIndex(), Check1->isChecked());
+    // Every assignment goes through the control's own handlers, as typing would.
+    stages_->Cmb2Total->setCurrentIndex(plan.Cmb2Total);
+    protection_->Txt1[4]->setText(plan.Txt1_4);
+    for (const auto& [index, text] : plan.currents) {
+        stages_->Txt2[index]->setText(text);
+    }
+    for (QComboBox* type : nextCond_->CmbType) {
+        type->setCurrentIndex(0);
+    }
+    for (const auto& [index, position] : plan.sectionTypes) {
+        nextCond_->CmbType[index]->setCurrentIndex(position);
+    }
+    for (const auto& [index, text] : plan.sectionTexts) {
+        nextCond_->Txt[index]->setText(text);
+    }
+    for (const auto& [index, text] : plan.voltages) {
+        stages_->Txt2[index]->setText(text);
+    }
+}
+
+void ProfileEditor::CmdOK_Click() {
+    CmdOK->setEnabled(false);
+    QString outcome;
+    {
+        BusyScope scope(state_.busy);
+        state_.WriteResult.clear();
+        auto failed = [this] { return !state_.WriteResult.isEmpty(); };
+        // The General Setting page only while no charger has fixed the nominal voltage.
+        if (general_->Cmb0NV->isEnabled()) {
+            general_->CmdOK0_Click();
+        }
+        if (!failed()) {
+            protection_->CmdOK1_Click();
+        }
+        if (!failed()) {
+            stages_->CmdOK2_Click();
+        }
+        if (!failed()) {
+            nextCond_->CmdOK3_Click();
+        }
+        if (failed()) {
+            outcome = state_.WriteResult;
+        } else {
+            // The write-all always sends the any-stage conditions empty.
+            for (QComboBox* target : anyCond_->Cmb4SN) {
+                target->setCurrentIndex(-1);
+            }
+            for (QComboBox* type : anyCond_->CmbType) {
+                type->setCurrentIndex(0);
+            }
+            anyCond_->CmdOK4_Click();
+            outcome = QStringLiteral("OK !");
+        }
+    }
+    ShowMessage(outcome);
+    CmdOK->setEnabled(true);
+}
+
+void ProfileEditor::CheckConsistency() {
+    if (general_ == nullptr || protection_ == nullptr || stages_ == nullptr ||
+        nextCond_ == nullptr || CmdOK == nullptr) {
+        return;
+    }
+    profile::ConsistencyInput in;
+    in.nvPosition = general_->Cmb0NV->currentIndex();
+    in.nominalText = general_->Cmb0NV->currentText();
+    in.Txt1_1 = protection_->Txt1[1]->text();
+    in.Txt1_4 = protection_->Txt1[4]->text();
+    in.stagePosition = stages_->Cmb2Total->currentIndex();
+    in.stageText = stages_->Cmb2Total->currentText();
+    in.Txt2 = stages_->texts();
+    in.Cmb3Type = nextCond_->types();
+    for (int i = 0; i < profile::kCellCount; ++i) {
+        in.Txt3[i] = nextCond_->Txt[i]->text();
+    }
+    in.slot5Visible = nextCond_->columnShown();
+    in.StageVoltMin = state_.StageVoltMin;
+    in.StageVoltMax = state_.StageVoltMax;
+    in.VoltStep = state_.VoltStep;
+    in.RatedCurrent = state_.RatedCurrent;
+
+    const profile::ConsistencyVerdict verdict = profile::CheckConsistency(in);
+    SetTextColour(protection_->Txt1[4], TextColourOf(verdict.Txt1_4));
+    if (verdict.Cmb2Total == profile::Mark::Wrong) {
+        SetBackColour(stages_->Cmb2Total, kWrongColour);
+    } else if (verdict.Cmb2Total != profile::Mark::Untouched) {
+        SetBackColour(stages_->Cmb2Total,
+                      QApplication::palette().color(QPalette::Active, QPalette::Base));
+    }
+    for (int k = 0; k < profile::kStageFieldCount; ++k) {
+        SetTextColour(stages_->Txt2[k], TextColourOf(verdict.Txt2[k]));
+    }
+    for (int i = 0; i < profile::kCellCount; ++i) {
+        SetTextColour(nextCond_->Txt[i], TextColourOf(verdict.Txt3[i]));
+        SetTextColour(nextCond_->CmbType[i], TextColourOf(verdict.Cmb3Type[i]));
+    }
+    CmdOK->setEnabled(verdict.cmdOkEnabled);
+    // Through the type handler, as a user's choice would be; the check it runs again finds
+    // nothing more to reset.
+    for (int i : verdict.resetToNone) {
+        nextCond_->CmbType[i]->setCurrentIndex(0);
+    }
+}
 
 }  // namespace zun::app

@@ -1,0 +1,135 @@
+#include "app/protection_page.h"
+
+#include "app/busy_guard.h"
+#include "app/profile_editor.h"
+#include "link/frames.h"
+#include "link/serial_link.h"
+#include "profile/field_corrections.h"
+#include "profile/page_frames.h"
+
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QVBoxLayout>
+
+namespace zun::app {
+
+namespace {
+
+struct Field {
+    const char* caption;
+    const char* unit;
+};
+
+// Txt1(0)..Txt1(4).
+constexpr Field kFields[] = {
+    {"Bat temperature above :", "C"},
+    {"Battery voltage above :", "V"},
+    {"Amount of charge above :", "AH"},
+    {"N stage :", ""},
+    {"Maximum total charging time of all stages :", "H  (4 - 24)"},
+};
+
+QLabel* makeLabel(const QString& text, const QString& name) {
+    auto* l = new QLabel(text);
+    l->setObjectName(name);
+    return l;
+}
+
+}  // namespace
+
+ProtectionPage::ProtectionPage(ProfileEditor& editor, WindowState& state, QWidget* parent)
+    : QWidget(parent), editor_(editor), state_(state) {
+    auto* grid = new QGridLayout;
+    grid->setHorizontalSpacing(10);
+    grid->setVerticalSpacing(10);
+    for (int k = 0; k < 5; ++k) {
+        Lab1[k + 1] =
+            makeLabel(QString::fromUtf8(kFields[k].caption), QStringLiteral("Lab1(%1)").arg(k + 1));
+        Txt1[k] = new QLineEdit;
+        Txt1[k]->setObjectName(QStringLiteral("Txt1(%1)").arg(k));
+        Txt1[k]->setFixedWidth(90);
+        Lab1[k + 1]->setBuddy(Txt1[k]);
+        Lab1[k + 6] =
+            makeLabel(QString::fromUtf8(kFields[k].unit), QStringLiteral("Lab1(%1)").arg(k + 6));
+        grid->addWidget(Lab1[k + 1], k, 0);
+        grid->addWidget(Txt1[k], k, 1);
+        grid->addWidget(Lab1[k + 6], k, 2);
+    }
+    Txt1[1]->setToolTip(QStringLiteral("Follows the nominal battery voltage"));
+    Txt1[2]->setToolTip(QStringLiteral("Not sent: the charger always receives FFFF"));
+    Txt1[3]->setToolTip(QStringLiteral("Not sent: the charger always receives FF"));
+    grid->setColumnStretch(3, 1);
+
+    Lab1[11] = makeLabel(QStringLiteral("Red color means wrong entry or conflict of previous "
+                                        "setting .Recheck just entered setting ."),
+                         QStringLiteral("Lab1(11)"));
+    Lab1[11]->setWordWrap(true);
+    SetTextColour(Lab1[11], kWrongColour);
+
+    CmdOK1 = new QPushButton(QStringLiteral("Write page"));
+    CmdOK1->setObjectName(QStringLiteral("CmdOK1"));
+    CmdOK1->setToolTip(QStringLiteral("Write this page to the charger"));
+    CmdOK1->setMinimumWidth(100);
+    BusyGuard::MarkExchangeStarter(CmdOK1);
+
+    auto* bottom = new QHBoxLayout;
+    bottom->addWidget(Lab1[11], 1);
+    bottom->addSpacing(20);
+    bottom->addWidget(CmdOK1, 0, Qt::AlignBottom);
+
+    auto* v = new QVBoxLayout(this);
+    v->setContentsMargins(20, 20, 20, 16);
+    v->addLayout(grid);
+    v->addStretch(1);
+    v->addLayout(bottom);
+
+    for (int k = 0; k < 5; ++k) {
+        connect(Txt1[k], &QLineEdit::textChanged, this, [this, k] { Txt1_Change(k); });
+        editor_.WatchBox(
+            Txt1[k], [this, k] { Txt1_LostFocus(k); }, [this, k](int key) { Txt1_KeyUp(k, key); });
+    }
+    connect(CmdOK1, &QPushButton::clicked, this, [this] { CmdOK1_Click(); });
+}
+
+void ProtectionPage::Txt1_Change(int Index) {
+    editor_.Store(&profile::ProfileMemory::ProfileProtection, Index, Txt1[Index]->text());
+    editor_.CheckConsistency();
+}
+
+void ProtectionPage::Txt1_KeyUp(int Index, int KeyCode) {
+    if (KeyCode != Qt::Key_Return && KeyCode != Qt::Key_Enter) {
+        return;
+    }
+    if (Index == 1) {
+        Txt1[4]->setFocus(Qt::TabFocusReason);
+    } else if (Index == 4) {
+        CmdOK1->setFocus(Qt::TabFocusReason);
+    }
+}
+
+void ProtectionPage::Txt1_LostFocus(int Index) {
+    Txt1[Index]->setText(profile::Txt1_LostFocus(Index, Txt1[Index]->text()));
+}
+
+void ProtectionPage::CmdOK1_Click() {
+    BusyScope scope(state_.busy);
+    profile::ProtectionFields page;
+    page.profile = editor_.currentProfile();
+    for (int k = 0; k < 5; ++k) {
+        page.Txt1[k] = Txt1[k]->text();
+    }
+    QString frame;
+    try {
+        frame = profile::ProtectionFrame(page);
+    } catch (const std::exception& e) {
+        state_.WriteResult = QStringLiteral("Fail !");
+        editor_.ShowMessage(QString::fromLatin1(e.what()));
+        return;
+    }
+    const QString reply = state_.link ? state_.link->SendFrame(frame) : QString();
+    if (reply != QLatin1String(link::kAckProtection)) {
+        state_.WriteResult = QStringLiteral("Fail !");
+    }
+}
+
+}  // namespace zun::app

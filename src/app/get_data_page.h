@@ -1,11 +1,24 @@
 #pragma once
 
 #include "app/window_state.h"
+#include "datalog/log_table_model.h"
 
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
 #include <QTableView>
 #include <QWidget>
 
+#include <array>
+#include <functional>
+#include <vector>
+
+class QPrinter;
+
 namespace zun::app {
+
+class LogChartView;
 
 // The Get Data page (Tab1 page 1): run time, live readings, the data log table and chart.
 class GetDataPage : public QWidget {
@@ -18,10 +31,86 @@ public:
     // Rearranges the page's controls and redraws the chart.
     void ArrangeLayout();
 
+    // Index 0 "Total Run Time", 1 "Charger V I", 2 "Data Log".
+    void CmdGetOK_Click(int Index);
+    void CmdGetSave_Click();
+    void CmdGetOpen_Click();
+    void CmdPrint_Click();
+    void CmdExportPdf_Click();
+    void CmdExportPng_Click();
+    void TxtRow_LostFocus(int Index);
+    void TxtGetDesc_LostFocus();
+    void TxtGetDesc_KeyUp(int KeyCode);
+
+    // Charts the table as it stands, with the time stamp and the description shown.
+    void DrawLogChart();
+
+    // Every file dialog and message box of the page goes through these; an empty member means
+    // the real dialog. A file name hook returns the empty text for a cancelled dialog.
+    struct Dialogs {
+        std::function<QString(const QString& proposedPath)> saveLogName;
+        std::function<QString(const QString& preset)> openLogName;
+        std::function<QString(const QString& proposedPath, const QString& filter)> exportName;
+        std::function<bool(const QString& question)> askYesNo;
+        std::function<void(const QString& text)> information;
+        std::function<void(const QString& text)> error;
+        // Shows the print dialog for the printer; true when the user chose to print.
+        std::function<bool(QPrinter& printer)> print;
+    };
+    Dialogs dialogs;
+
+    const datalog::LogTableModel& logTable() const { return table_; }
+    const std::vector<float>& chargeAh() const { return chargeAh_; }
+    bool downloading() const { return downloading_; }
+    // The exact text last put in TxtGet(index), CR LF included.
+    QString TxtGetText(int index) const;
+    // The size a PNG export is written at.
+    static QSize exportImageSize() { return {1920, 1080}; }
+
+    std::array<QPushButton*, 3> CmdGetOK{};
+    std::array<QPlainTextEdit*, 2> TxtGet{};
     QTableView* FG1 = nullptr;
+    std::array<QLineEdit*, 2> TxtRow{};
+    std::array<QLabel*, 2> LabelRow{};
+    QLineEdit* TxtGetDesc = nullptr;
+    QLabel* LabelGetDesc = nullptr;
+    QLabel* LabTime = nullptr;
+    QLabel* LabDownDisp = nullptr;
+    QPushButton* CmdGetSave = nullptr;
+    QPushButton* CmdGetOpen = nullptr;
+    QPushButton* CmdPrint = nullptr;
+    QPushButton* CmdExportPdf = nullptr;
+    QPushButton* CmdExportPng = nullptr;
+    QWidget* PB = nullptr;       // the chart area: plot surface and its buttons
+    LogChartView* PP = nullptr;  // the plot surface
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    void buildUi();
+    void RunTime();
+    void LiveReading();
+    void DataLog();
+    void DownloadLog();
+    void setBoxText(int index, const QString& text);
+    void parkFocus();
+    void setChartButtons(bool enabled);
+    QString exportPath(const QString& suffix, const QString& filter);
+
+    QString askSaveLogName(const QString& proposedPath);
+    QString askOpenLogName(const QString& preset);
+    bool askYesNo(const QString& question);
+    void tellInformation(const QString& text);
+    void tellError(const QString& text);
+
     WindowState& state_;
+    datalog::LogTableModel table_;
+    std::vector<float> chargeAh_;
+    std::array<QString, 2> getTexts_;
+    bool downloading_ = false;
+    QString lastFolder_;
 };
 
 }  // namespace zun::app

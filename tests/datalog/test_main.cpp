@@ -3,6 +3,7 @@
 int runReadingsTest(int argc, char** argv);
 int runLogDownloadTest(int argc, char** argv);
 int runLogCsvTest(int argc, char** argv);
+int runLogChartTest(int argc, char** argv);
 
 int main(int argc, char** argv) {
     // Fonts and images need a GUI application; tests run on the offscreen platform.
@@ -11,5 +12,6 @@ int main(int argc, char** argv) {
     failed += runReadingsTest(argc, argv);
     failed += runLogDownloadTest(argc, argv);
     failed += runLogCsvTest(argc, argv);
+    failed += runLogChartTest(argc, argv);
     return failed;
 }

@@ -4,6 +4,7 @@
 #include "datalog/stage_marks.h"
 #include "link/codec.h"
 
+#include <QBuffer>
 #include <QFont>
 #include <QFontMetricsF>
 #include <QPageLayout>
@@ -11,7 +12,6 @@
 #include <QPainter>
 #include <QPdfWriter>
 #include <QPolygonF>
-#include <QSaveFile>
 
 #include <algorithm>
 #include <cmath>
@@ -364,57 +364,38 @@ QImage RenderChartImage(const ChartData& data, const QSize& size) {
 }
 
 FileResult SaveChartPng(const ChartData& data, const QSize& size, const QString& path) {
-    FileResult r;
     const QImage image = RenderChartImage(data, size);
     if (image.isNull()) {
-        r.error = QStringLiteral("Image size not usable");
-        return r;
+        return {false, QStringLiteral("Image size not usable")};
     }
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        r.error = file.errorString();
-        return r;
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    if (!image.save(&buffer, "PNG")) {
+        return {false, QStringLiteral("PNG encoding failed")};
     }
-    if (!image.save(&file, "PNG")) {
-        r.error = file.errorString();
-        file.cancelWriting();
-        return r;
-    }
-    if (!file.commit()) {
-        r.error = file.errorString();
-        return r;
-    }
-    r.ok = true;
-    return r;
+    return WriteWholeFile(path, png);
 }
 
 FileResult ExportChartPdf(const ChartData& data, const QString& path) {
-    FileResult r;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        r.error = file.errorString();
-        return r;
-    }
+    // The page is made in memory and then written in one piece, so a failing disk cannot leave
+    // half a PDF behind.
+    QByteArray pdf;
     {
-        QPdfWriter writer(&file);
+        QBuffer buffer(&pdf);
+        buffer.open(QIODevice::WriteOnly);
+        QPdfWriter writer(&buffer);
         writer.setTitle(QStringLiteral("Data Log"));
         writer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Landscape,
                                          QMarginsF(10, 10, 10, 10), QPageLayout::Millimeter));
         QPainter painter;
         if (!painter.begin(&writer)) {
-            r.error = QStringLiteral("Cannot start the PDF page");
-            file.cancelWriting();
-            return r;
+            return {false, QStringLiteral("Cannot start the PDF page")};
         }
         DrawLogChart(painter, QRectF(0, 0, writer.width(), writer.height()), data);
         painter.end();
     }
-    if (!file.commit()) {
-        r.error = file.errorString();
-        return r;
-    }
-    r.ok = true;
-    return r;
+    return WriteWholeFile(path, pdf);
 }
 
 }  // namespace zun::datalog

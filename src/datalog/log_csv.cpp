@@ -9,7 +9,9 @@
 #include <QStringDecoder>
 #include <QStringView>
 
+#include <cerrno>
 #include <cmath>
+#include <cstring>
 
 namespace zun::datalog {
 
@@ -96,16 +98,17 @@ QByteArray BuildLogCsv(const LogTableModel& table, const CsvSaveInput& input) {
     return out.toUtf8();
 }
 
-FileResult SaveLogCsv(const QString& path, const LogTableModel& table, const CsvSaveInput& input) {
+FileResult WriteWholeFile(const QString& path, const QByteArray& bytes) {
     FileResult r;
-    const QByteArray bytes = BuildLogCsv(table, input);
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
         r.error = file.errorString();
         return r;
     }
-    if (file.write(bytes) != bytes.size()) {
-        r.error = file.errorString();
+    errno = 0;
+    if (file.write(bytes) != bytes.size() || !file.flush()) {
+        const int cause = errno;
+        r.error = cause != 0 ? QString::fromLocal8Bit(std::strerror(cause)) : file.errorString();
         file.cancelWriting();
         return r;
     }
@@ -115,6 +118,10 @@ FileResult SaveLogCsv(const QString& path, const LogTableModel& table, const Csv
     }
     r.ok = true;
     return r;
+}
+
+FileResult SaveLogCsv(const QString& path, const LogTableModel& table, const CsvSaveInput& input) {
+    return WriteWholeFile(path, BuildLogCsv(table, input));
 }
 
 CsvLoadResult ParseLogCsv(const QByteArray& bytes, bool bytesCut) {

@@ -44,6 +44,11 @@ struct FileResult {
     QString error;  // why the file was not written; an existing file is then untouched
 };
 
+// Replaces the file by the bytes through QSaveFile, all or nothing. The flush is checked before
+// the commit: QSaveFile would otherwise rename a temporary file whose buffered tail could not be
+// written (a full disk, a file size limit) over the good old file.
+FileResult WriteWholeFile(const QString& path, const QByteArray& bytes);
+
 // Writes BuildLogCsv to the path as given (apply ForceCsvExtension first); all or nothing.
 FileResult SaveLogCsv(const QString& path, const LogTableModel& table, const CsvSaveInput& input);
 

@@ -8,6 +8,10 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <sys/resource.h>
+
+#include <csignal>
+
 using namespace zun::datalog;
 
 namespace {
@@ -223,6 +227,7 @@ void LogCsvTest::failedSaveKeepsOldFile_data() {
     QTest::newRow("folder missing") << "missing";
     QTest::newRow("no room for the temporary file") << "longname";
     QTest::newRow("read-only folder") << "readonly";
+    QTest::newRow("file size limit, as a full disk") << "sizelimit";
 }
 
 void LogCsvTest::failedSaveKeepsOldFile() {
@@ -248,6 +253,10 @@ void LogCsvTest::failedSaveKeepsOldFile() {
         path = dir.filePath(QString(251, 'a') + ".csv");
         oldPath = path;
         QVERIFY(writeAll(oldPath, old));
+    } else if (kind == "sizelimit") {
+        path = dir.filePath("log.csv");
+        oldPath = path;
+        QVERIFY(writeAll(oldPath, old));
     } else {
         QVERIFY(QDir(dir.path()).mkdir("ro"));
         path = dir.filePath("ro/log.csv");
@@ -262,7 +271,21 @@ void LogCsvTest::failedSaveKeepsOldFile() {
             QSKIP("running with rights that ignore folder permissions");
         }
     }
-    const FileResult r = SaveLogCsv(path, table, in);
+    FileResult r;
+    if (kind == "sizelimit") {
+        // Writes beyond 64 bytes fail with EFBIG while the limit holds (the signal is ignored).
+        rlimit saved{};
+        getrlimit(RLIMIT_FSIZE, &saved);
+        const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+        rlimit small = saved;
+        small.rlim_cur = 64;
+        setrlimit(RLIMIT_FSIZE, &small);
+        r = SaveLogCsv(path, table, in);
+        setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, oldHandler);
+    } else {
+        r = SaveLogCsv(path, table, in);
+    }
     QFile::setPermissions(dir.filePath("ro"),
                           QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     QVERIFY2(!r.ok, qPrintable("saved to " + path));

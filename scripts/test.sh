@@ -21,11 +21,11 @@ ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
 
 if command -v clang++ >/dev/null; then
     echo "== fuzz targets (short runs)"
-    CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZUN_FUZZ=ON \
+    CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZUN_FUZZ=ON -DZUN_SANITIZE=ON \
         -DZUN_BUILD_BENCH=OFF -DZUN_SUBSYSTEMS="link;profile;datalog;lang"
     cmake --build build-fuzz -j"$jobs" --target zun_fuzz_all
     for f in build-fuzz/tests/fuzz/fuzz_*; do
-        [ -x "$f" ] || continue
+        [ -f "$f" ] && [ -x "$f" ] || continue
         echo "-- $f"
         ASAN_OPTIONS=detect_leaks=0 "$f" -runs=20000 -max_len=4096 -seed=1 >/dev/null 2>&1 \
             || { echo "fuzz target $f failed"; "$f" -runs=20000 -max_len=4096 -seed=1 2>&1 | tail -30; exit 1; }

@@ -79,6 +79,17 @@ struct Window {
         }
     }
 
+    // Whether w is shown on its own page of Tab2 (whichever page is current).
+    bool shownOnItsPage(QWidget* w) const {
+        QTabWidget* tabs = editor()->Tab2;
+        for (int i = 0; i < tabs->count(); ++i) {
+            if (tabs->widget(i)->isAncestorOf(w)) {
+                return w->isVisibleTo(tabs->widget(i));
+            }
+        }
+        return false;
+    }
+
     // The user clicks into the box and then leaves it for another control.
     void leave(QLineEdit* b) {
         showPageOf(b);

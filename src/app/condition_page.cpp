@@ -132,9 +132,10 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
     scroll->setWidget(gridHost);
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
-    // The grid sits on the page's own background, not the scroll area's.
-    scroll->setBackgroundRole(QPalette::Base);
-    gridHost->setBackgroundRole(QPalette::Base);
+    // The grid sits on the tab page's own background, not a grey scroll area.
+    scroll->setAutoFillBackground(false);
+    scroll->viewport()->setAutoFillBackground(false);
+    gridHost->setAutoFillBackground(false);
 
     Note = makeLabel(QStringLiteral("Red color means wrong entry or conflict of previous setting "
                                     ".Recheck just entered setting ."),
@@ -161,12 +162,14 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
 
     for (int i = 0; i < kCellCount; ++i) {
         setCellUsed(i, false);
-        connect(CmbType[i], &QComboBox::currentIndexChanged, this, [this, i] { CmbType_Click(i); });
-        connect(Txt[i], &QLineEdit::textChanged, this, [this, i] { Txt_Change(i); });
+        connect(CmbType[i], &QComboBox::currentIndexChanged, this,
+                [this, i] { RunHandler([&] { CmbType_Click(i); }); });
+        connect(Txt[i], &QLineEdit::textChanged, this,
+                [this, i] { RunHandler([&] { Txt_Change(i); }); });
         editor_.WatchBox(
             Txt[i], [this, i] { Txt_LostFocus(i); }, [this, i](int key) { Txt_KeyUp(i, key); });
     }
-    connect(CmdOKn, &QPushButton::clicked, this, [this] { CmdOK_Click(); });
+    connect(CmdOKn, &QPushButton::clicked, this, [this] { RunHandler([&] { CmdOK_Click(); }); });
 }
 
 // The next-stage page names the transition, the any-stage page the stage the jump leaves.

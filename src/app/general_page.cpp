@@ -97,13 +97,15 @@ GeneralPage::GeneralPage(ProfileEditor& editor, WindowState& state, QWidget* par
     v->addStretch(1);
     v->addLayout(bottom);
 
-    connect(Cmb0NV, &QComboBox::currentIndexChanged, this, [this] { Cmb0NV_Click(); });
+    connect(Cmb0NV, &QComboBox::currentIndexChanged, this,
+            [this] { RunHandler([&] { Cmb0NV_Click(); }); });
     for (int i = 1; i <= 5; ++i) {
-        connect(Txt0[i], &QLineEdit::textChanged, this, [this, i] { Txt0_Change(i); });
+        connect(Txt0[i], &QLineEdit::textChanged, this,
+                [this, i] { RunHandler([&] { Txt0_Change(i); }); });
         editor_.WatchBox(
             Txt0[i], [this, i] { Txt0_LostFocus(i); }, [this, i](int key) { Txt0_KeyUp(i, key); });
     }
-    connect(CmdOK0, &QPushButton::clicked, this, [this] { CmdOK0_Click(); });
+    connect(CmdOK0, &QPushButton::clicked, this, [this] { RunHandler([&] { CmdOK0_Click(); }); });
 }
 
 void GeneralPage::Cmb0NV_Click() {

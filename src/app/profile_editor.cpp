@@ -33,15 +33,6 @@ bool setRole(QPalette& p, QPalette::ColorGroup group, QPalette::ColorRole role,
     return true;
 }
 
-// A handler run from an event or a signal: nothing it throws may leave it.
-template <typename F>
-void guarded(F&& fn) {
-    try {
-        fn();
-    } catch (...) {
-    }
-}
-
 }  // namespace
 
 void SetTextColour(QWidget* w, const QColor& colour) {
@@ -130,7 +121,7 @@ protected:
                 const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
                 if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason &&
                     h.lostFocus) {
-                    guarded(h.lostFocus);
+                    RunHandler(h.lostFocus);
                 }
                 break;
             }
@@ -138,7 +129,7 @@ protected:
                 auto* key = static_cast<QKeyEvent*>(event);
                 if (!key->isAutoRepeat() && h.keyUp) {
                     const int code = key->key();
-                    guarded([&] { h.keyUp(code); });
+                    RunHandler([&] { h.keyUp(code); });
                 }
                 break;
             }
@@ -206,9 +197,9 @@ ProfileEditor::ProfileEditor(WindowState& state, QWidget* parent) : QWidget(pare
     v->addWidget(Tab2, 1);
 
     connect(CmbPN, &QComboBox::currentIndexChanged, this,
-            [this] { guarded([this] { CmbPN_Click(); }); });
-    connect(Check1, &QCheckBox::clicked, this, [this] { guarded([this] { Check1_Click(); }); });
-    connect(CmdOK, &QPushButton::clicked, this, [this] { guarded([this] { CmdOK_Click(); }); });
+            [this] { RunHandler([this] { CmbPN_Click(); }); });
+    connect(Check1, &QCheckBox::clicked, this, [this] { RunHandler([this] { Check1_Click(); }); });
+    connect(CmdOK, &QPushButton::clicked, this, [this] { RunHandler([this] { CmdOK_Click(); }); });
     CheckConsistency();
 }
 
@@ -223,7 +214,7 @@ void ProfileEditor::Store(MemoryTable table, int entry, const QString& text) {
     if (state_.FillingPages || p < 0 || p > 1) {
         return;
     }
-    guarded([&] { (state_.memory.*table)(p, entry) = text; });
+    RunHandler([&] { (state_.memory.*table)(p, entry) = text; });
 }
 
 void ProfileEditor::ShowMessage(const QString& text) {
@@ -281,7 +272,7 @@ void ProfileEditor::showProfilePicture(int p) {
 }
 
 void ProfileEditor::InitPages() {
-    auto step = [](const auto& fn) { guarded(fn); };
+    auto step = [](const auto& fn) { RunHandler(fn); };
     step([&] { state_.memory.clear(); });
     for (int i = 1; i <= 5; ++i) {
         step([&] { general_->Txt0[i]->setText(QString()); });
@@ -302,7 +293,7 @@ void ProfileEditor::CmbPN_Click() {
         return;
     }
     // Every step that fails is skipped and the next one runs.
-    auto step = [](const auto& fn) { guarded(fn); };
+    auto step = [](const auto& fn) { RunHandler(fn); };
     profile::ProfileMemory& m = state_.memory;
 
     step([&] { showProfilePicture(p); });

@@ -22,6 +22,15 @@ class StagesPage;
 class ConditionPage;
 class BoxEvents;
 
+// Runs a handler started by an event or a signal: nothing it throws leaves it.
+template <typename F>
+void RunHandler(F&& fn) noexcept {
+    try {
+        fn();
+    } catch (...) {
+    }
+}
+
 // The window's colour value 255.
 inline const QColor kWrongColour(255, 0, 0);
 

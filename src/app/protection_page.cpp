@@ -84,11 +84,12 @@ ProtectionPage::ProtectionPage(ProfileEditor& editor, WindowState& state, QWidge
     v->addLayout(bottom);
 
     for (int k = 0; k < 5; ++k) {
-        connect(Txt1[k], &QLineEdit::textChanged, this, [this, k] { Txt1_Change(k); });
+        connect(Txt1[k], &QLineEdit::textChanged, this,
+                [this, k] { RunHandler([&] { Txt1_Change(k); }); });
         editor_.WatchBox(
             Txt1[k], [this, k] { Txt1_LostFocus(k); }, [this, k](int key) { Txt1_KeyUp(k, key); });
     }
-    connect(CmdOK1, &QPushButton::clicked, this, [this] { CmdOK1_Click(); });
+    connect(CmdOK1, &QPushButton::clicked, this, [this] { RunHandler([&] { CmdOK1_Click(); }); });
 }
 
 void ProtectionPage::Txt1_Change(int Index) {

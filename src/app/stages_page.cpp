@@ -102,13 +102,15 @@ StagesPage::StagesPage(ProfileEditor& editor, WindowState& state, QWidget* paren
     v->addStretch(1);
     v->addLayout(bottom);
 
-    connect(Cmb2Total, &QComboBox::currentIndexChanged, this, [this] { Cmb2Total_Click(); });
+    connect(Cmb2Total, &QComboBox::currentIndexChanged, this,
+            [this] { RunHandler([&] { Cmb2Total_Click(); }); });
     for (int i = 0; i < profile::kStageFieldCount; ++i) {
-        connect(Txt2[i], &QLineEdit::textChanged, this, [this, i] { Txt2_Change(i); });
+        connect(Txt2[i], &QLineEdit::textChanged, this,
+                [this, i] { RunHandler([&] { Txt2_Change(i); }); });
         editor_.WatchBox(
             Txt2[i], [this, i] { Txt2_LostFocus(i); }, [this, i](int key) { Txt2_KeyUp(i, key); });
     }
-    connect(CmdOK2, &QPushButton::clicked, this, [this] { CmdOK2_Click(); });
+    connect(CmdOK2, &QPushButton::clicked, this, [this] { RunHandler([&] { CmdOK2_Click(); }); });
 }
 
 int StagesPage::stageCount() const {

@@ -89,6 +89,12 @@ private slots:
     void nominalVoltageSetsLimits();
     void oddTextsNeverCrash_data();
     void oddTextsNeverCrash();
+    void captions_data();
+    void captions();
+    void focusSelectsWholeText_data();
+    void focusSelectsWholeText();
+    void hidingParksTheFocus_data();
+    void hidingParksTheFocus();
 };
 
 void TestProfileEditing::leaveCorrections_data() {
@@ -771,6 +777,138 @@ void TestProfileEditing::oddTextsNeverCrash() {
                  qPrintable(m));
     }
     QCOMPARE(win.messages.last(), QStringLiteral("Fail !"));
+}
+
+void TestProfileEditing::captions_data() {
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("text");
+    const char* const rows[][2] = {
+        {"Lab1(0)", "Profile No :"},
+        {"Check1", "Atuo set 0"},
+        {"Lab0(1)", "Nominal bat Voltage :"},
+        {"Lab0(2)", "Nominal bat Capacity :"},
+        {"Lab0(8)", "AH  (2-600)"},
+        {"Lab0(9)", "mV  (10-30)"},
+        {"Lab0(10)", "\u00B0C  (20-30)"},
+        {"Lab0(11)", "A/C  (1-5)"},
+        {"Lab0(12)", "\u00B0C  (30-50)"},
+        {"Lab1(1)", "Bat temperature above :"},
+        {"Lab1(2)", "Battery voltage above :"},
+        {"Lab1(3)", "Amount of charge above :"},
+        {"Lab1(4)", "N stage :"},
+        {"Lab1(5)", "Maximum total charging time of all stages :"},
+        {"Lab1(10)", "H  (4 - 24)"},
+        {"Lab2(0)", "CHARGE STAGE VOLTAGE & CURRENT SETTING"},
+        {"Lab2(1)", "Number of stages :"},
+        {"Lab2(6)", "Stage 1 :"},
+        {"Lab2(7)", "V"},
+        {"Lab2(8)", "A"},
+        {"Lab2(24)", "Stage 7 :"},
+        {"Label3(17)", "CONDITIONS OF MOVE TO NEXT STAGE"},
+        {"Label3(16)",
+         "Red color means wrong entry or conflict of previous setting .Recheck just entered "
+         "setting ."},
+        {"Label3(0)", "Charging voltage above (V)"},
+        {"Label3(1)", "Voltage rise in 5 Min. below (A)"},
+        {"Label3(3)", "Temperature rise above (\u00B0C)"},
+        {"Label3(7)", "Charge in this section percent of nominal bat capacity (%)"},
+        {"Label3(19)", "CONDITIONS OF JUMP TO ANY STAGE"},
+        {"Label3(13)", "Charging time of this section above (Minute)"},
+        {"Label3(14)", "Amount of charge in this section above (AH)"},
+        {"LabNext(0)", "Stage 1 to 2"},
+        {"LabNext(2)", "Stage 3 to 1"},
+    };
+    for (const auto& row : rows) {
+        QTest::newRow(row[0]) << QString::fromLatin1(row[0]) << QString::fromUtf8(row[1]);
+    }
+}
+
+void TestProfileEditing::captions() {
+    QFETCH(QString, name);
+    QFETCH(QString, text);
+    Window win({});
+    LoadDefaultProfiles(win);
+    QObject* o = win.w->findChild<QObject*>(name);
+    QVERIFY2(o != nullptr, qPrintable(name));
+    const QString shown = o->property("text").toString();
+    QCOMPARE(shown, text);
+    const QStringList tabs{"General Setting", "Protection setting", "Charge Stage",
+                           "Next Stage Condition", "Any Stage Condition"};
+    for (int i = 0; i < tabs.size(); ++i) {
+        QCOMPARE(win.editor()->Tab2->tabText(i), tabs[i]);
+    }
+}
+
+void TestProfileEditing::focusSelectsWholeText_data() {
+    QTest::addColumn<QString>("box");
+    QTest::newRow("capacity") << "Txt0(1)";
+    QTest::newRow("total time") << "Txt1(4)";
+    QTest::newRow("stage voltage") << "Txt2(2)";
+    QTest::newRow("next-stage cell") << "Txt3(5)";
+}
+
+void TestProfileEditing::focusSelectsWholeText() {
+    QFETCH(QString, box);
+    Window win({});
+    LoadDefaultProfiles(win);
+    QVERIFY(win.activate());
+    QLineEdit* b = win.box(box);
+    win.showPageOf(b);
+    QVERIFY(!b->text().isEmpty());
+    // A mouse click puts the cursor where it lands; the deferred select-all follows it.
+    QTest::mouseClick(b, Qt::LeftButton, {}, QPoint(b->width() - 4, b->height() / 2));
+    QTRY_COMPARE(b->selectedText(), b->text());
+    QTest::keyClicks(b, "7");
+    QCOMPARE(b->text(), QStringLiteral("7"));
+}
+
+void TestProfileEditing::hidingParksTheFocus_data() {
+    QTest::addColumn<QString>("box");
+    QTest::addColumn<int>("startPosition");  // the stage count before the box takes the focus
+    QTest::addColumn<int>("stagePosition");  // the stage count chosen while the box has focus
+    QTest::addColumn<QString>("typeBox");    // or this cell set to "none"
+    QTest::newRow("stage 3 current, four stages to one") << "Txt2(5)" << 3 << 0 << "";
+    QTest::newRow("stage 1 voltage, four stages to none") << "Txt2(0)" << 3 << -1 << "";
+    QTest::newRow("next-stage column beyond the new count") << "Txt3(21)" << 2 << 1 << "";
+    QTest::newRow("cell set to none") << "Txt3(13)" << 2 << -2 << "Cmb3Type(13)";
+    QTest::newRow("any-stage cell set to none") << "Txt4(8)" << 2 << -2 << "Cmb4Type(8)";
+}
+
+void TestProfileEditing::hidingParksTheFocus() {
+    QFETCH(QString, box);
+    QFETCH(int, startPosition);
+    QFETCH(int, stagePosition);
+    QFETCH(QString, typeBox);
+    Window win({});
+    LoadDefaultProfiles(win);
+    QVERIFY(win.activate());
+    win.stages()->Cmb2Total->setCurrentIndex(startPosition);
+    win.combo("Cmb3Type(21)")->setCurrentIndex(2);
+    win.combo("Cmb4Type(8)")->setCurrentIndex(2);
+    win.box("Txt3(21)")->setText("30");
+    QLineEdit* b = win.box(box);
+    win.showPageOf(b);
+    b->setFocus(Qt::MouseFocusReason);
+    QCOMPARE(QApplication::focusWidget(), b);
+    // Every other box keeps its text: none was entered and left by itself.
+    QMap<QString, QString> before;
+    for (QLineEdit* e : win.editor()->findChildren<QLineEdit*>()) {
+        before.insert(e->objectName(), e->text());
+    }
+    if (typeBox.isEmpty()) {
+        win.stages()->Cmb2Total->setCurrentIndex(stagePosition);
+    } else {
+        win.combo(typeBox)->setCurrentIndex(0);
+    }
+    QWidget* focus = QApplication::focusWidget();
+    QVERIFY2(qobject_cast<QLineEdit*>(focus) == nullptr,
+             qPrintable(focus ? focus->objectName() : QStringLiteral("none")));
+    for (QLineEdit* e : win.editor()->findChildren<QLineEdit*>()) {
+        if (e != b) {
+            QCOMPARE(e->objectName() + "=" + e->text(),
+                     e->objectName() + "=" + before.value(e->objectName()));
+        }
+    }
 }
 
 QTEST_MAIN(TestProfileEditing)

@@ -1,0 +1,229 @@
+#include "cli/invocation.h"
+
+#include <QCommandLineParser>
+#include <QRegularExpression>
+#include <QSet>
+
+namespace zun::cli {
+
+namespace {
+
+struct CommandSpec {
+    const char* name;
+    int files;             // positional arguments after the command
+    QSet<QString> allows;  // options besides the global ones
+    bool json;             // --json means something
+    bool talks;            // talks to a charger (port options apply)
+};
+
+const std::vector<CommandSpec>& Commands() {
+    static const std::vector<CommandSpec> specs = {
+        {"ports", 0, {}, true, true},
+        {"identify", 0, {}, true, true},
+        {"settings", 0, {"o"}, true, true},
+        {"write", 1, {"profile", "pages", "dry-run", "model"}, false, true},
+        {"verify", 1, {"profile"}, true, true},
+        {"runtime", 0, {}, true, true},
+        {"live", 0, {}, true, true},
+        {"log", 0, {"o", "desc", "from", "to"}, false, true},
+        {"chart", 1, {"o", "size"}, false, false},
+    };
+    return specs;
+}
+
+}  // namespace
+
+QString UsageText() {
+    return QStringLiteral(
+        "Usage: zunctl [--port PORT] [--trace] [--json] COMMAND\n"
+        "\n"
+        "Commands:\n"
+        "  ports                       list ComN and its device; mark the one that answers\n"
+        "                              the probe\n"
+        "  identify                    model code, rating text, nominal voltage\n"
+        "  settings [-o FILE]          read both stored profiles; print them or write a\n"
+        "                              settings file\n"
+        "  write FILE [--profile 1|2] [--pages general,protection,stages,next,any]\n"
+        "             [--dry-run [--model CODE]]\n"
+        "                              check the profiles as the window would and write the\n"
+        "                              chosen pages (default all five) in the write-all order,\n"
+        "                              stopping at the first page not acknowledged; the\n"
+        "                              any-stage page goes as the file has it; --dry-run prints\n"
+        "                              the frames instead (one a line); --model CODE makes the\n"
+        "                              dry run without a charger\n"
+        "  verify FILE [--profile 1|2] read the charger and list every field that differs\n"
+        "  runtime                     the run-time text\n"
+        "  live                        the three live-reading lines\n"
+        "  log -o FILE.csv [--desc TEXT] [--from N] [--to N]\n"
+        "                              download the data log (progress on stderr) and save it\n"
+        "                              as a ZUN-Log CSV file\n"
+        "  chart FILE.csv -o OUT.png|OUT.pdf [--size WxH]\n"
+        "                              draw the log chart of a saved log\n"
+        "\n"
+        "Options:\n"
+        "  --port PORT           the charger's port: a device path, COMn, or ComN as ports\n"
+        "                        numbers it; without it the charger search picks the port\n"
+        "  --device DEVICE       number this device first (repeatable): Com1, Com2, ... in\n"
+        "                        the order given, then the system's serial devices\n"
+        "  --only-given-ports    leave the system's serial devices out of the numbering\n"
+        "  --trace               print every frame sent and received, with milliseconds,\n"
+        "                        on stderr\n"
+        "  --json                machine-readable output (ports, identify, settings, verify,\n"
+        "                        runtime, live)\n"
+        "  -h, --help            this text\n"
+        "\n"
+        "Exit codes: 0 done; 1 the charger did not acknowledge or answer; 2 usage, or a file\n"
+        "that cannot be read or written or is not what it should be; 3 no charger found;\n"
+        "4 verify found fields that differ.\n");
+}
+
+int ParseCommandLine(const QStringList& arguments, Invocation& inv, QString* message,
+                     bool* helpShown) {
+    *helpShown = false;
+    QCommandLineParser parser;
+    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    const QList<QCommandLineOption> options = {
+        {QStringLiteral("port"), QString(), QStringLiteral("PORT")},
+        {QStringLiteral("device"), QString(), QStringLiteral("DEVICE")},
+        {QStringLiteral("only-given-ports"), QString()},
+        {QStringLiteral("trace"), QString()},
+        {QStringLiteral("json"), QString()},
+        {{QStringLiteral("o"), QStringLiteral("output")}, QString(), QStringLiteral("FILE")},
+        {QStringLiteral("profile"), QString(), QStringLiteral("N")},
+        {QStringLiteral("pages"), QString(), QStringLiteral("LIST")},
+        {QStringLiteral("dry-run"), QString()},
+        {QStringLiteral("model"), QString(), QStringLiteral("CODE")},
+        {QStringLiteral("desc"), QString(), QStringLiteral("TEXT")},
+        {QStringLiteral("from"), QString(), QStringLiteral("N")},
+        {QStringLiteral("to"), QString(), QStringLiteral("N")},
+        {QStringLiteral("size"), QString(), QStringLiteral("WxH")},
+        {{QStringLiteral("h"), QStringLiteral("help")}, QString()},
+    };
+    parser.addOptions(options);
+    if (!parser.parse(QStringList{QStringLiteral("zunctl")} + arguments)) {
+        *message = parser.errorText();
+        return kExitUsage;
+    }
+    if (parser.isSet(QStringLiteral("help"))) {
+        *helpShown = true;
+        return kExitDone;
+    }
+    const QStringList positional = parser.positionalArguments();
+    if (positional.isEmpty()) {
+        *message = QStringLiteral("no command given");
+        return kExitUsage;
+    }
+    inv.command = positional.first();
+    inv.arguments = positional.mid(1);
+    const CommandSpec* spec = nullptr;
+    for (const CommandSpec& s : Commands()) {
+        if (inv.command == QLatin1String(s.name)) {
+            spec = &s;
+        }
+    }
+    if (!spec) {
+        *message = QStringLiteral("\"%1\" is not a command").arg(inv.command);
+        return kExitUsage;
+    }
+    if (inv.arguments.size() != spec->files) {
+        *message = spec->files == 0 ? QStringLiteral("%1 takes no file").arg(inv.command)
+                                    : QStringLiteral("%1 needs one file").arg(inv.command);
+        return kExitUsage;
+    }
+
+    // Options that mean nothing for the command are refused rather than ignored.
+    QSet<QString> allowed = spec->allows;
+    if (spec->talks) {
+        allowed << QStringLiteral("device") << QStringLiteral("only-given-ports")
+                << QStringLiteral("trace");
+        if (inv.command != QLatin1String("ports")) {
+            allowed << QStringLiteral("port");
+        }
+    }
+    if (spec->json) {
+        allowed << QStringLiteral("json");
+    }
+    for (const QString& name : parser.optionNames()) {
+        const QString canonical = name == QLatin1String("output") ? QStringLiteral("o") : name;
+        if (!allowed.contains(canonical)) {
+            *message = QStringLiteral("%1 does not take --%2").arg(inv.command, name);
+            return kExitUsage;
+        }
+    }
+
+    const QStringList ports = parser.values(QStringLiteral("port"));
+    if (ports.size() > 1) {
+        *message = QStringLiteral("--port names one port; --device numbers several");
+        return kExitUsage;
+    }
+    inv.port.port = ports.value(0);
+    inv.port.devices = parser.values(QStringLiteral("device"));
+    inv.port.systemDevices = !parser.isSet(QStringLiteral("only-given-ports"));
+    inv.port.trace = parser.isSet(QStringLiteral("trace"));
+    inv.json = parser.isSet(QStringLiteral("json"));
+    inv.output = parser.value(QStringLiteral("o"));
+    inv.dryRun = parser.isSet(QStringLiteral("dry-run"));
+    inv.model = parser.value(QStringLiteral("model"));
+    inv.description = parser.value(QStringLiteral("desc"));
+    inv.from = parser.value(QStringLiteral("from"));
+    inv.to = parser.value(QStringLiteral("to"));
+
+    if (parser.isSet(QStringLiteral("profile"))) {
+        const QString p = parser.value(QStringLiteral("profile"));
+        if (p != QLatin1String("1") && p != QLatin1String("2")) {
+            *message = QStringLiteral("--profile is 1 or 2, not \"%1\"").arg(p);
+            return kExitUsage;
+        }
+        inv.profile = p.toInt() - 1;
+    }
+    if (parser.isSet(QStringLiteral("pages")) &&
+        !ParsePages(parser.value(QStringLiteral("pages")), inv.pages, message)) {
+        return kExitUsage;
+    }
+    if (!inv.model.isEmpty()) {
+        bool ok = false;
+        const int code = inv.model.toInt(&ok);
+        if (!inv.dryRun || !ok || code < 0 || code > 0xFFFF) {
+            *message = inv.dryRun ? QStringLiteral("--model wants a model code such as 3110")
+                                  : QStringLiteral("--model goes with --dry-run only");
+            return kExitUsage;
+        }
+        inv.model = QString::number(code);
+    }
+    for (const QString& name : {QStringLiteral("from"), QStringLiteral("to")}) {
+        if (parser.isSet(name)) {
+            bool ok = false;
+            const int n = parser.value(name).toInt(&ok);
+            if (!ok || n < 1) {
+                *message = QStringLiteral("--%1 wants a record number from 1").arg(name);
+                return kExitUsage;
+            }
+        }
+    }
+    if (parser.isSet(QStringLiteral("size"))) {
+        static const QRegularExpression wxh(QStringLiteral("^(\\d{2,5})x(\\d{2,5})$"));
+        const QRegularExpressionMatch m = wxh.match(parser.value(QStringLiteral("size")));
+        const int w = m.captured(1).toInt();
+        const int h = m.captured(2).toInt();
+        if (!m.hasMatch() || w < 200 || h < 150 || w > 10000 || h > 10000) {
+            *message = QStringLiteral(
+                "--size wants WIDTHxHEIGHT in pixels, 200x150 to "
+                "10000x10000");
+            return kExitUsage;
+        }
+        inv.chartSize = QSize(w, h);
+    }
+    const bool needsOutput =
+        inv.command == QLatin1String("log") || inv.command == QLatin1String("chart");
+    if (needsOutput && inv.output.isEmpty()) {
+        *message = QStringLiteral("%1 needs -o FILE").arg(inv.command);
+        return kExitUsage;
+    }
+    if (parser.isSet(QStringLiteral("o")) && inv.output.isEmpty()) {
+        *message = QStringLiteral("-o needs a file name");
+        return kExitUsage;
+    }
+    return kExitDone;
+}
+
+}  // namespace zun::cli

@@ -1,0 +1,40 @@
+#include "cli/invocation.h"
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+
+#include <cstdio>
+#include <memory>
+
+int main(int argc, char** argv) {
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i) {
+        arguments << QString::fromLocal8Bit(argv[i]);
+    }
+    zun::cli::Invocation invocation;
+    QString message;
+    bool help = false;
+    const int parsed = zun::cli::ParseCommandLine(arguments, invocation, &message, &help);
+    if (help) {
+        fputs(zun::cli::UsageText().toUtf8().constData(), stdout);
+        return zun::cli::kExitDone;
+    }
+    if (parsed != zun::cli::kExitDone) {
+        fprintf(stderr, "zunctl: %s (zunctl --help shows the usage)\n",
+                message.toUtf8().constData());
+        return parsed;
+    }
+
+    // Only the chart paints (fonts need the GUI side of Qt); it never shows a window.
+    std::unique_ptr<QCoreApplication> app;
+    if (invocation.command == QLatin1String("chart")) {
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        }
+        app = std::make_unique<QGuiApplication>(argc, argv);
+    } else {
+        app = std::make_unique<QCoreApplication>(argc, argv);
+    }
+    QCoreApplication::setApplicationName(QStringLiteral("zunctl"));
+    return zun::cli::RunCommand(invocation, stdout, stderr);
+}

@@ -28,11 +28,11 @@ QString NominalText(int nvPosition);
 // position (1 to 4 stages), stage fields beyond the count are empty.
 struct ProfilePages {
     int stageCount = 0;  // StageCountOfText(Cmb2Total.Text)
-    profile::GeneralPage general;
-    profile::ProtectionPage protection;
-    profile::StagesPage stages;
+    profile::GeneralFields general;
+    profile::ProtectionFields protection;
+    profile::StageFields stages;
     profile::ConditionGrid next;
-    profile::AnyCondPage any;
+    profile::AnyCondFields any;
 };
 
 ProfilePages PagesFor(const link::ProfileSlot& slot, int profile, const ChargerContext& context);

@@ -17,6 +17,7 @@
 #include <QMessageBox>
 #include <QPainter>
 #include <QPointer>
+#include <QTabBar>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -98,6 +99,11 @@ public:
         box->installEventFilter(this);
     }
 
+    bool isWatched(QObject* o) const { return boxes_.contains(o); }
+
+    // The next focus-out of this box is the window's doing, not the user leaving it.
+    void setQuiet(QObject* box) { quiet_ = box; }
+
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override {
         const auto it = boxes_.constFind(watched);
@@ -119,6 +125,10 @@ protected:
             case QEvent::FocusOut: {
                 // Another window taking over, or a menu opening, is not leaving the box.
                 const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
+                if (watched == quiet_) {
+                    quiet_ = nullptr;
+                    break;
+                }
                 if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason &&
                     h.lostFocus) {
                     RunHandler(h.lostFocus);
@@ -141,6 +151,7 @@ protected:
 
 private:
     QHash<QObject*, Handlers> boxes_;
+    QPointer<QObject> quiet_;
 };
 
 ProfileEditor::ProfileEditor(WindowState& state, QWidget* parent) : QWidget(parent), state_(state) {
@@ -198,6 +209,8 @@ ProfileEditor::ProfileEditor(WindowState& state, QWidget* parent) : QWidget(pare
 
     connect(CmbPN, &QComboBox::currentIndexChanged, this,
             [this] { RunHandler([this] { CmbPN_Click(); }); });
+    connect(Tab2, &QTabWidget::currentChanged, this,
+            [this] { RunHandler([this] { Tab2_Click(); }); });
     connect(Check1, &QCheckBox::clicked, this, [this] { RunHandler([this] { Check1_Click(); }); });
     connect(CmdOK, &QPushButton::clicked, this, [this] { RunHandler([this] { CmdOK_Click(); }); });
     CheckConsistency();
@@ -231,8 +244,22 @@ void ProfileEditor::ParkFocus(QWidget* w) {
     }
     QWidget* focus = w->window()->focusWidget();
     if (focus != nullptr && (focus == w || w->isAncestorOf(focus))) {
-        setFocus(Qt::OtherFocusReason);
+        Tab2->tabBar()->setFocus(Qt::OtherFocusReason);
     }
+}
+
+void ProfileEditor::Tab2_Click() {
+    // Qt hands the focus of the page left behind to the first box of the new page; the user
+    // did not choose that box, so leaving it later must not run its correction.
+    QWidget* focus = window()->focusWidget();
+    QWidget* page = Tab2->currentWidget();
+    if (focus == nullptr || page == nullptr || !page->isAncestorOf(focus) ||
+        !boxEvents_->isWatched(focus)) {
+        return;
+    }
+    boxEvents_->setQuiet(focus);
+    Tab2->tabBar()->setFocus(Qt::OtherFocusReason);
+    boxEvents_->setQuiet(nullptr);
 }
 
 void ProfileEditor::FocusNext(QWidget* from) {

@@ -87,6 +87,8 @@ public:
     // Moves the focus out of w (or its children) to a neutral place before w is disabled or
     // hidden, so that Qt does not push it into a settings box whose corrections would then run.
     void ParkFocus(QWidget* w);
+    // A page of Tab2 was chosen.
+    void Tab2_Click();
     // Enter in a box: the focus moves on to the next control that can take it.
     void FocusNext(QWidget* from);
 

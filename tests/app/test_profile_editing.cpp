@@ -95,6 +95,8 @@ private slots:
     void focusSelectsWholeText();
     void hidingParksTheFocus_data();
     void hidingParksTheFocus();
+    void tabSwitchLeavesTheNewPageAlone_data();
+    void tabSwitchLeavesTheNewPageAlone();
 };
 
 void TestProfileEditing::leaveCorrections_data() {
@@ -909,6 +911,48 @@ void TestProfileEditing::hidingParksTheFocus() {
                      e->objectName() + "=" + before.value(e->objectName()));
         }
     }
+}
+
+void TestProfileEditing::tabSwitchLeavesTheNewPageAlone_data() {
+    QTest::addColumn<QString>("from");
+    QTest::addColumn<QString>("fromText");
+    QTest::addColumn<QString>("fromCorrected");
+    QTest::addColumn<int>("tab");
+    QTest::addColumn<QString>("first");  // the first box of the new page
+    QTest::addColumn<QString>("firstText");
+    QTest::newRow("stages to protection") << "Txt2(0)"
+                                          << "14.45"
+                                          << "14.4" << 1 << "Txt1(0)"
+                                          << "45.6";
+    QTest::newRow("protection to general") << "Txt1(4)"
+                                           << "30"
+                                           << "24" << 0 << "Txt0(1)"
+                                           << "150.6";
+    QTest::newRow("general to stages") << "Txt0(3)"
+                                       << "25"
+                                       << "25.0" << 2 << "Txt2(0)"
+                                       << "20";
+}
+
+void TestProfileEditing::tabSwitchLeavesTheNewPageAlone() {
+    QFETCH(QString, from);
+    QFETCH(QString, fromText);
+    QFETCH(QString, fromCorrected);
+    QFETCH(int, tab);
+    QFETCH(QString, first);
+    QFETCH(QString, firstText);
+    Window win({});
+    LoadDefaultProfiles(win);
+    QVERIFY(win.activate());
+    win.box(first)->setText(firstText);
+    QLineEdit* b = win.box(from);
+    win.type(b, fromText);
+    win.editor()->Tab2->setCurrentIndex(tab);
+    // The box the user was in was left; the new page's first box was never chosen.
+    QCOMPARE(b->text(), fromCorrected);
+    QVERIFY(qobject_cast<QLineEdit*>(QApplication::focusWidget()) == nullptr);
+    win.editor()->CmbPN->setFocus(Qt::MouseFocusReason);
+    QCOMPARE(win.box(first)->text(), firstText);
 }
 
 QTEST_MAIN(TestProfileEditing)

@@ -35,6 +35,18 @@ bool readNumber(const QCommandLineParser& parser, const QString& name, qint64 lo
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    // The stop signals are taken by sigwait at the end; blocked before any thread exists, so
+    // that every thread inherits the mask and none of them dies of them.
+    sigset_t stopSignals;
+    sigemptyset(&stopSignals);
+    sigaddset(&stopSignals, SIGINT);
+    sigaddset(&stopSignals, SIGTERM);
+    // A shell starts background jobs with SIGINT ignored, and an ignored signal never reaches
+    // sigwait.
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
+
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("zun-sim"));
 
@@ -63,7 +75,7 @@ int main(int argc, char* argv[]) {
         {QStringLiteral("wrong-ack"),
          QStringLiteral("Acknowledge writes with status 00 instead of 01.")},
         {QStringLiteral("wrong-ack-for"),
-         QStringLiteral("With --wrong-ack: only for this write command (hex, e.g. 53)."),
+         QStringLiteral("Wrong acknowledgement for this write command only (hex, e.g. 53)."),
          QStringLiteral("CMD")},
         {QStringLiteral("truncate"), QStringLiteral("Cut every reply to N bytes."),
          QStringLiteral("N")},
@@ -117,7 +129,7 @@ int main(int argc, char* argv[]) {
     Faults faults;
     faults.silent = parser.isSet(QStringLiteral("silent"));
     faults.dropEvery = int(dropEvery);
-    faults.wrongAck = parser.isSet(QStringLiteral("wrong-ack"));
+    faults.wrongAck = parser.isSet(QStringLiteral("wrong-ack")) || wrongFor != 0;
     faults.wrongAckCommand = quint8(wrongFor);
     faults.truncateTo = int(truncateTo);
     if (parser.isSet(QStringLiteral("garbage"))) {
@@ -141,14 +153,6 @@ int main(int argc, char* argv[]) {
             record.flush();
         });
     }
-
-    // The signals are taken by sigwait below; block them before the serving thread starts so
-    // that it inherits the mask.
-    sigset_t stopSignals;
-    sigemptyset(&stopSignals);
-    sigaddset(&stopSignals, SIGINT);
-    sigaddset(&stopSignals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
 
     PtyHost host(charger);
     host.setPacing(!parser.isSet(QStringLiteral("no-pacing")));

@@ -46,6 +46,22 @@ QString hexOf(const QByteArray& b) {
     return QString::fromLatin1(b.toHex().toUpper());
 }
 
+// A charger served on a fresh pty, with the tool's side of the line open.
+struct Rig {
+    VirtualCharger charger;
+    PtyHost host{charger};
+    std::unique_ptr<QSerialPort> port;
+
+    bool start(bool paced = false) {
+        host.setPacing(paced);
+        if (!host.start()) {
+            return false;
+        }
+        port = openPort(host.devicePath());
+        return port != nullptr;
+    }
+};
+
 }  // namespace
 
 class TestPtyHost : public QObject {
@@ -79,13 +95,9 @@ void TestPtyHost::requestGetsReply_data() {
 void TestPtyHost::requestGetsReply() {
     QFETCH(QString, request);
     QFETCH(QString, reply);
-    VirtualCharger charger;
-    PtyHost host(charger);
-    host.setPacing(false);
-    QString error;
-    QVERIFY2(host.start(&error), qPrintable(error));
-    auto port = openPort(host.devicePath());
-    QVERIFY(port);
+    Rig rig;
+    QVERIFY(rig.start());
+    auto& [charger, host, port] = rig;
     const QByteArray want = QByteArray::fromHex(reply.toLatin1());
     const QByteArray got =
         exchange(*port, QByteArray::fromHex(request.toLatin1()), int(want.size()), 2000);
@@ -101,12 +113,9 @@ void TestPtyHost::pacing_data() {
 
 void TestPtyHost::pacing() {
     QFETCH(bool, paced);
-    VirtualCharger charger;
-    PtyHost host(charger);
-    host.setPacing(paced);
-    QVERIFY(host.start());
-    auto port = openPort(host.devicePath());
-    QVERIFY(port);
+    Rig rig;
+    QVERIFY(rig.start(paced));
+    auto& port = rig.port;
     QElapsedTimer timer;
     timer.start();
     const QByteArray got = exchange(*port, QByteArray::fromHex("850359AA000D"), 802, 5000);
@@ -122,15 +131,12 @@ void TestPtyHost::pacing() {
 }
 
 void TestPtyHost::firstByteDelay() {
-    VirtualCharger charger;
+    Rig rig;
+    QVERIFY(rig.start());
     Faults f;
     f.firstByteDelayMs = 300;
-    charger.setFaults(f);
-    PtyHost host(charger);
-    host.setPacing(false);
-    QVERIFY(host.start());
-    auto port = openPort(host.devicePath());
-    QVERIFY(port);
+    rig.charger.setFaults(f);
+    auto& port = rig.port;
     QElapsedTimer timer;
     timer.start();
     const QByteArray got = exchange(*port, QByteArray::fromHex("850357AA000D"), 9, 3000);
@@ -139,12 +145,9 @@ void TestPtyHost::firstByteDelay() {
 }
 
 void TestPtyHost::halfFrameDroppedAfterSilence() {
-    VirtualCharger charger;
-    PtyHost host(charger);
-    host.setPacing(false);
-    QVERIFY(host.start());
-    auto port = openPort(host.devicePath());
-    QVERIFY(port);
+    Rig rig;
+    QVERIFY(rig.start());
+    auto& [charger, host, port] = rig;
     // A frame cut short by the line; after a silence the charger must not glue it to the next.
     port->write(QByteArray::fromHex("851D5400"));
     port->waitForBytesWritten(1000);
@@ -171,12 +174,9 @@ void TestPtyHost::closeAndReopen() {
 }
 
 void TestPtyHost::stopLooksLikeVanishedAdapter() {
-    VirtualCharger charger;
-    PtyHost host(charger);
-    host.setPacing(false);
-    QVERIFY(host.start());
-    auto port = openPort(host.devicePath());
-    QVERIFY(port);
+    Rig rig;
+    QVERIFY(rig.start());
+    auto& [charger, host, port] = rig;
     QCOMPARE(exchange(*port, QByteArray::fromHex("850357AA000D"), 9, 2000).size(), 9);
 
     QElapsedTimer timer;

@@ -4,11 +4,13 @@
 #include "app/profile_editor.h"
 #include "app/protection_page.h"
 #include "app/stages_page.h"
+#include "link/codec.h"
 #include "link/frames.h"
 #include "link/serial_link.h"
 #include "profile/consistency_check.h"
 #include "profile/field_corrections.h"
 #include "profile/profile_switch.h"
+#include "profile/single_text.h"
 #include "profile/stage_layout.h"
 
 #include <QGridLayout>
@@ -122,6 +124,15 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
             Cmb4SN[s]->setObjectName(QStringLiteral("Cmb4SN(%1)").arg(s));
             Cmb4SN[s]->setFixedWidth(66);
             grid->addWidget(Cmb4SN[s], kSlotCount + 1, col);
+            // A target the technician picks belongs to the profile like every other entry, so
+            // that switching profiles does not lose it.
+            connect(Cmb4SN[s], &QComboBox::activated, this, [this, s] {
+                const int p = editor_.currentProfile();
+                if (!state_.FillingPages && p >= 0) {
+                    state_.memory.ProfileAnyTarget(p, s) =
+                        profile::SingleText(link::TextToSingle(Cmb4SN[s]->currentText()) - 1);
+                }
+            });
         }
         grid->setColumnMinimumWidth(col + 1, 58);
     }

@@ -207,6 +207,8 @@ void FrmMain::CboPort_Click() {
         state_.ChargerModel = code;
         nv->setCurrentIndex(link::ModelTable::NominalPositionFor(code));
     }
+    // Disabling the focused list would push the focus into a settings box and correct it.
+    editor_->ParkFocus(nv);
     nv->setEnabled(state_.ChargerModel.isEmpty());
     if (nv->isEnabled()) {
         Label1->setText(

@@ -285,9 +285,10 @@ void TestProfileEditing::profileSwitchRestoresEveryPage() {
     win.combo("Cmb3Type(13)")->setCurrentIndex(0);  // unused from now on
     win.combo("Cmb4Type(3)")->setCurrentIndex(1);
     win.type(win.box("Txt4(3)"), "7");
+    // A target chosen by hand is kept with the profile.
     win.anyCond()->Cmb4SN[0]->setCurrentIndex(1);
-    // Cmb4SN has no handler: its choice reaches the profile only through the stage count.
-    win.state().memory.ProfileAnyTarget(0, 0) = QStringLiteral("2");
+    emit win.anyCond()->Cmb4SN[0]->activated(1);
+    QCOMPARE(win.state().memory.ProfileAnyTarget(0, 0), QStringLiteral("2"));
     win.leave(win.box("Txt4(3)"));
     const QStringList before = snapshot(win);
     QVERIFY(before.contains("Txt0(1)=120"));

@@ -23,7 +23,6 @@ private slots:
     void numberToField();
     void numberToFieldOverflow_data();
     void numberToFieldOverflow();
-    void format00();
     void checksumsOfKnownFrames_data();
     void checksumsOfKnownFrames();
     void modelTable_data();
@@ -174,12 +173,6 @@ void TestCodec::numberToFieldOverflow_data() {
 void TestCodec::numberToFieldOverflow() {
     QFETCH(float, value);
     QVERIFY_THROWS_EXCEPTION(OverflowError, NumberToField(value, 1.0f, 2));
-}
-
-void TestCodec::format00() {
-    QCOMPARE(Format00(0), QStringLiteral("00"));
-    QCOMPARE(Format00(9), QStringLiteral("09"));
-    QCOMPARE(Format00(10), QStringLiteral("10"));
 }
 
 // The charger's frames carry the low byte of length + command + data; the tool's own carry 00.

@@ -3,6 +3,7 @@
 #include "app/get_data_page.h"
 #include "app/language_applier.h"
 #include "app/profile_editor.h"
+#include "app/settings_actions.h"
 #include "link/frames.h"
 #include "link/model_table.h"
 #include "link/stored_settings.h"
@@ -11,6 +12,7 @@
 
 #include <QCloseEvent>
 #include <QHBoxLayout>
+#include <QMenuBar>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -106,6 +108,10 @@ void FrmMain::buildUi() {
     v->addWidget(Tab1, 1);
     setCentralWidget(central);
     resize(1024, 768);
+
+    // Settings files of the current profile and the compare with the charger's stored copy.
+    auto* settingsActions = new SettingsActions(this);
+    settingsActions->AddTo(menuBar()->addMenu(tr("Settings")));
 
     connect(CboPort, &QComboBox::activated, this, [this] { CboPort_Click(); });
     connect(Tab1, &QTabWidget::currentChanged, this, &FrmMain::Tab1_Click);

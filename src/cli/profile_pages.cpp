@@ -72,7 +72,10 @@ ProfilePages PagesFor(const link::ProfileSlot& slot, int profile, const ChargerC
     }
     for (int s = 0; s < profile::kMaxStages; ++s) {
         const QStringList items = profile::TargetItems(s, pages.stageCount);
-        const auto target = profile::AnyTargetPosition(slot.anyTarget[s], items);
+        // No target is no selection; both go as 00, like target stage 1.
+        const auto target = slot.anyTarget[s].trimmed().isEmpty()
+                                ? std::nullopt
+                                : profile::AnyTargetPosition(slot.anyTarget[s], items);
         pages.any.targetPositions[s] = target.value_or(-1);
         pages.any.targetTexts[s] = target ? items.at(*target) : QString();
     }

@@ -143,6 +143,7 @@ private slots:
     void logOfAWrappedRingMatchesTheLibrary();
     void chartOfASavedLog_data();
     void chartOfASavedLog();
+    void cloneScriptCopiesOneChargerOntoAnother();
 
 private:
     QTemporaryDir dir_;
@@ -637,6 +638,41 @@ void TestCliE2e::chartOfASavedLog() {
     const Run bad = zunctl({"chart", known_, "-o", dir_.filePath("x.png")});
     QCOMPARE(bad.code, 2);
     QVERIFY2(bad.err.contains("not a ZUN-Log file (File Type Error!)"), qPrintable(bad.all()));
+}
+
+void TestCliE2e::cloneScriptCopiesOneChargerOntoAnother() {
+    Sim from;
+    Sim to;
+    QVERIFY(zunctl({"--port", from.device(), "write", known_}).code == 0);
+    QVERIFY(from.charger.settingsImage() != to.charger.settingsImage());
+    auto clone = [this](const QString& source, const QString& target) {
+        QProcess p;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("ZUNCTL"), QStringLiteral(ZUNCTL_PATH));
+        p.setProcessEnvironment(env);
+        p.start(QStringLiteral("sh"), {QStringLiteral(CLONE_SCRIPT), source, target,
+                                       dir_.filePath(QStringLiteral("clone.json"))});
+        Run r;
+        if (p.waitForFinished(120000)) {
+            r.code = p.exitCode();
+        }
+        r.out = QString::fromUtf8(p.readAllStandardOutput());
+        r.err = QString::fromUtf8(p.readAllStandardError());
+        return r;
+    };
+    const Run r = clone(from.device(), to.device());
+    QVERIFY2(r.code == 0, qPrintable(r.all()));
+    QCOMPARE(lines(r.out).last(), to.device() + " now holds the settings of " + from.device() +
+                                      " (kept in " + dir_.filePath("clone.json") + ")");
+    // Byte for byte, both chargers now hold the same settings.
+    QCOMPARE(to.charger.settingsImage().toHex(), from.charger.settingsImage().toHex());
+
+    // A 24 V charger refuses the 12 V settings; nothing reaches it.
+    Sim other(3215);
+    const Run refused = clone(from.device(), other.device());
+    QCOMPARE(refused.code, 2);
+    QVERIFY2(refused.err.contains("failed (zunctl exit code 2)"), qPrintable(refused.all()));
+    QCOMPARE(other.writes(), QStringList());
 }
 
 QTEST_GUILESS_MAIN(TestCliE2e)

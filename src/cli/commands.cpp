@@ -184,8 +184,10 @@ void printProfile(FILE* out, const link::ProfileSlot& slot, int p) {
     }
     for (int s = 0; s < n; ++s) {
         const QString t = slot.anyTarget[s];
+        const float stage = link::TextToSingle(t) + 1.0f;
+        // A stage cannot jump to itself: stage 1's 0 is the byte of "no target".
         line(profile::TargetPath(p, s),
-             t.trimmed().isEmpty() ? QString() : QString::number(link::TextToSingle(t) + 1));
+             t.trimmed().isEmpty() || stage == float(s + 1) ? QString() : QString::number(stage));
     }
 }
 

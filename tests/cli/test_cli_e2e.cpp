@@ -181,6 +181,25 @@ void TestCliE2e::writeThenSettingsReproducesTheFile() {
     }
     QVERIFY2(diffs.isEmpty(), qPrintable(diffs.join('\n')));
 
+    // Printed, the settings are one line per field in use; as JSON, the file itself.
+    const Run text = zunctl({"--port", sim.device(), "settings"});
+    QVERIFY2(text.code == 0, qPrintable(text.all()));
+    for (const char* line :
+         {"profiles[1].general.capacityAh = 100", "profiles[1].stageCount = 3",
+          "profiles[1].stages[3].currentA = 2",
+          "profiles[1].nextStage[3].temperatureAboveC = or 45",
+          "profiles[1].anyStage[1].target = null", "profiles[2].anyStage[2].target = 4",
+          "profiles[2].anyStage[2].temperatureAboveC = or 50",
+          "profiles[2].nextStage[1].chargingCurrentBelowA = and 10"}) {
+        QVERIFY2(lines(text.out).contains(QString::fromLatin1(line)), line);
+    }
+    QVERIFY2(!text.out.contains("profiles[1].stages[4]"), "a stage beyond the count was printed");
+    QVERIFY2(!text.out.contains("= none"), "an unused condition was printed");
+    const Run json = zunctl({"--json", "--port", sim.device(), "settings"});
+    QFile saved(readBack);
+    QVERIFY(saved.open(QIODevice::ReadOnly));
+    QCOMPARE(json.out.toUtf8(), saved.readAll());
+
     const Run v = zunctl({"--port", sim.device(), "verify", known_});
     QVERIFY2(v.code == 0, qPrintable(v.all()));
     QCOMPARE(v.out.trimmed(), "the charger holds the settings of " + known_);

@@ -12,7 +12,6 @@
 #include "link/serial_link.h"
 
 #include <QApplication>
-#include <QBuffer>
 #include <QDateTime>
 #include <QDir>
 #include <QEvent>
@@ -28,13 +27,10 @@
 #include <QPointer>
 #include <QPrintDialog>
 #include <QPrinter>
-#include <QSaveFile>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 
 namespace zun::app {
 
@@ -93,30 +89,6 @@ QString trimBlanks(const QString& text) {
         --to;
     }
     return text.mid(from, to - from);
-}
-
-// QSaveFile commits even when its buffer could not be written out completely (a full disk, a
-// file size limit), which would replace a good file by a cut one: the flush is checked first.
-datalog::FileResult writeWholeFile(const QString& path, const QByteArray& bytes) {
-    datalog::FileResult r;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        r.error = file.errorString();
-        return r;
-    }
-    errno = 0;
-    if (file.write(bytes) != bytes.size() || !file.flush()) {
-        const int cause = errno;
-        r.error = cause != 0 ? QString::fromLocal8Bit(std::strerror(cause)) : file.errorString();
-        file.cancelWriting();
-        return r;
-    }
-    if (!file.commit()) {
-        r.error = file.errorString();
-        return r;
-    }
-    r.ok = true;
-    return r;
 }
 
 QPushButton* makeButton(const QString& name, const QString& caption) {
@@ -491,7 +463,7 @@ void GetDataPage::CmdGetSave_Click() {
         }
         const datalog::CsvSaveInput input{LabTime->text(), TxtGetDesc->text(), TxtRow[0]->text(),
                                           TxtRow[1]->text()};
-        const datalog::FileResult r = writeWholeFile(path, datalog::BuildLogCsv(table_, input));
+        const datalog::FileResult r = datalog::SaveLogCsv(path, table_, input);
         if (!r.ok) {
             tellError(QStringLiteral("The log was not saved to '%1': %2")
                           .arg(QDir::toNativeSeparators(path), r.error));
@@ -614,16 +586,7 @@ void GetDataPage::CmdExportPng_Click() {
             return;
         }
         const datalog::ChartData data{table_, chargeAh_, LabTime->text(), TxtGetDesc->text()};
-        const QImage image = datalog::RenderChartImage(data, exportImageSize());
-        QByteArray png;
-        QBuffer buffer(&png);
-        buffer.open(QIODevice::WriteOnly);
-        if (image.isNull() || !image.save(&buffer, "PNG")) {
-            tellError(QStringLiteral("The chart could not be drawn for '%1'.")
-                          .arg(QDir::toNativeSeparators(path)));
-            return;
-        }
-        const datalog::FileResult r = writeWholeFile(path, png);
+        const datalog::FileResult r = datalog::SaveChartPng(data, exportImageSize(), path);
         if (!r.ok) {
             tellError(QStringLiteral("The chart was not exported to '%1': %2")
                           .arg(QDir::toNativeSeparators(path), r.error));

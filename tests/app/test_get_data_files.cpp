@@ -424,6 +424,9 @@ void TestGetDataFiles::exports_data() {
     QTest::newRow("png into a missing folder") << "png"
                                                << "none/chart.png"
                                                << "" << false;
+    QTest::newRow("pdf over an old one, write fails") << "pdf"
+                                                      << "old.pdf"
+                                                      << "" << true;
     QTest::newRow("png over an old one, write fails") << "png"
                                                       << "old.png"
                                                       << "" << true;

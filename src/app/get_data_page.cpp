@@ -138,6 +138,8 @@ void GetDataPage::buildUi() {
         const int lines = i == 1 ? 3 : 1;
         const int margin = static_cast<int>(box->document()->documentMargin());
         box->setFixedHeight(lines * fm.lineSpacing() + 2 * margin + 2 * box->frameWidth() + 2);
+        box->setMinimumWidth(fm.horizontalAdvance(QStringLiteral("bat2:  -14.08V  -10.00A")) +
+                             2 * margin + 2 * box->frameWidth() + 4);
         TxtGet[i] = box;
     }
 
@@ -284,13 +286,19 @@ void GetDataPage::InitLogTable() {
     // The table shows all five columns side by side, beside its vertical scroll bar.
     const int width = total + FG1->verticalScrollBar()->sizeHint().width() + 2 * FG1->frameWidth();
     FG1->setFixedWidth(width);
+    fitLeftColumn();
+}
+
+void GetDataPage::fitLeftColumn() {
+    // As wide as the table, or wider when the captions of a language need it.
     if (QWidget* left = FG1->parentWidget()) {
-        left->setFixedWidth(std::max(width, left->minimumSizeHint().width()));
+        left->setFixedWidth(std::max(FG1->minimumWidth(), left->minimumSizeHint().width()));
     }
 }
 
 void GetDataPage::ArrangeLayout() {
     try {
+        fitLeftColumn();
         if (layout() != nullptr) {
             layout()->activate();
         }

@@ -90,6 +90,7 @@ protected:
 
 private:
     void buildUi();
+    void fitLeftColumn();
     void RunTime();
     void LiveReading();
     void DataLog();

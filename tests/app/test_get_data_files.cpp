@@ -483,16 +483,24 @@ void TestGetDataFiles::exports() {
 
 void TestGetDataFiles::layout_data() {
     QTest::addColumn<QSize>("size");
-    QTest::newRow("1024x768") << QSize(1024, 768);
-    QTest::newRow("1920x1080") << QSize(1920, 1080);
+    QTest::addColumn<QString>("runTimeCaption");
+    QTest::newRow("1024x768") << QSize(1024, 768) << QString();
+    QTest::newRow("1920x1080") << QSize(1920, 1080) << QString();
+    // A language file may give a button a much longer caption.
+    QTest::newRow("1024x768, long caption")
+        << QSize(1024, 768) << "Gesamte Betriebszeit des Ladegeraets lesen";
 }
 
 void TestGetDataFiles::layout() {
     QFETCH(QSize, size);
+    QFETCH(QString, runTimeCaption);
     app::StartOptions options;
     options.systemDevices = false;
     app::FrmMain w(options);
     w.Form_Load();
+    if (!runTimeCaption.isEmpty()) {
+        w.findChild<QPushButton*>("CmdGetOK(0)")->setText(runTimeCaption);
+    }
     w.resize(size);
     w.show();
     QVERIFY(QTest::qWaitForWindowExposed(&w));
@@ -523,6 +531,8 @@ void TestGetDataFiles::layout() {
     auto rectOf = [page](QWidget* c) { return QRect(c->mapTo(page, QPoint(0, 0)), c->size()); };
     for (int i = 0; i < controls.size(); ++i) {
         const QRect a = rectOf(controls[i]);
+        QVERIFY2(a.width() >= controls[i]->minimumSizeHint().width(),
+                 qPrintable(controls[i]->objectName() + " is squeezed"));
         QVERIFY2(page->rect().contains(a),
                  qPrintable(controls[i]->objectName() + " leaves the page"));
         for (int j = i + 1; j < controls.size(); ++j) {

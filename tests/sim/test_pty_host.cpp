@@ -2,9 +2,7 @@
 #include "sim/virtual_charger.h"
 
 #include <QElapsedTimer>
-#include <QFileInfo>
 #include <QSerialPort>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <memory>
@@ -13,217 +11,110 @@ using namespace zun::sim;
 
 namespace {
 
+// QSerialPort opens at 9600 8N1 without flow control unless told otherwise.
 std::unique_ptr<QSerialPort> openPort(const QString& device) {
     auto port = std::make_unique<QSerialPort>(device);
-    port->setBaudRate(QSerialPort::Baud9600);
-    port->setDataBits(QSerialPort::Data8);
-    port->setParity(QSerialPort::NoParity);
-    port->setStopBits(QSerialPort::OneStop);
-    port->setFlowControl(QSerialPort::NoFlowControl);
-    if (!port->open(QIODevice::ReadWrite)) {
-        qWarning() << "open" << device << port->errorString();
-        return nullptr;
-    }
-    return port;
+    return port->open(QIODevice::ReadWrite) ? std::move(port) : nullptr;
 }
 
 // Writes the request and collects bytes until `want` have come or the time is up.
-QByteArray exchange(QSerialPort& port, const QByteArray& request, int want, int timeoutMs) {
-    port.write(request);
+QString exchange(QSerialPort& port, const QString& request, int want, int timeoutMs = 2000) {
+    port.write(QByteArray::fromHex(request.toLatin1()));
     port.waitForBytesWritten(1000);
     QByteArray got;
     QElapsedTimer timer;
     timer.start();
     while (got.size() < want && timer.elapsed() < timeoutMs) {
-        if (port.waitForReadyRead(50) || port.bytesAvailable() > 0) {
-            got += port.readAll();
-        }
+        port.waitForReadyRead(50);
+        got += port.readAll();
     }
-    return got;
+    return QString::fromLatin1(got.toHex().toUpper());
 }
-
-QString hexOf(const QByteArray& b) {
-    return QString::fromLatin1(b.toHex().toUpper());
-}
-
-// A charger served on a fresh pty, with the tool's side of the line open.
-struct Rig {
-    VirtualCharger charger;
-    PtyHost host{charger};
-    std::unique_ptr<QSerialPort> port;
-
-    bool start(bool paced = false) {
-        host.setPacing(paced);
-        if (!host.start()) {
-            return false;
-        }
-        port = openPort(host.devicePath());
-        return port != nullptr;
-    }
-};
 
 }  // namespace
 
 class TestPtyHost : public QObject {
     Q_OBJECT
 
+    VirtualCharger charger;
+    std::unique_ptr<PtyHost> host;
+    std::unique_ptr<QSerialPort> port;
+
 private slots:
-    void requestGetsReply_data();
-    void requestGetsReply();
-    void pacing_data();
-    void pacing();
-    void firstByteDelay();
-    void halfFrameDroppedAfterSilence();
-    void closeAndReopen();
-    void stopLooksLikeVanishedAdapter();
-    void linkFollowsHost();
-};
-
-void TestPtyHost::requestGetsReply_data() {
-    QTest::addColumn<QString>("request");
-    QTest::addColumn<QString>("reply");
-    QTest::newRow("probe") << "850357AA000D"
-                           << "850667064A0000BD0D";
-    QTest::newRow("identify") << "850350AA000D"
-                              << "8504600C26960D";
-    QTest::newRow("general write") << "850E510004B00064001200FA020190000D"
-                                   << "85036101650D";
-    QTest::newRow("log pointer, one day") << "850375AA000D"
-                                          << "8504009000940D";
-}
-
-void TestPtyHost::requestGetsReply() {
-    QFETCH(QString, request);
-    QFETCH(QString, reply);
-    Rig rig;
-    QVERIFY(rig.start());
-    auto& [charger, host, port] = rig;
-    const QByteArray want = QByteArray::fromHex(reply.toLatin1());
-    const QByteArray got =
-        exchange(*port, QByteArray::fromHex(request.toLatin1()), int(want.size()), 2000);
-    QVERIFY2(got == want, qPrintable(request + " -> " + hexOf(got) + ", expected " + reply));
-    QCOMPARE(charger.requests(), QStringList{request});
-}
-
-void TestPtyHost::pacing_data() {
-    QTest::addColumn<bool>("paced");
-    QTest::newRow("9600 baud") << true;
-    QTest::newRow("no pacing") << false;
-}
-
-void TestPtyHost::pacing() {
-    QFETCH(bool, paced);
-    Rig rig;
-    QVERIFY(rig.start(paced));
-    auto& port = rig.port;
-    QElapsedTimer timer;
-    timer.start();
-    const QByteArray got = exchange(*port, QByteArray::fromHex("850359AA000D"), 802, 5000);
-    const qint64 ms = timer.elapsed();
-    QCOMPARE(got.size(), 802);
-    QCOMPARE(hexOf(got.left(4)), QString("85006900"));
-    // 802 bytes of 10 bits at 9600 baud are 835 ms on a real line.
-    if (paced) {
-        QVERIFY2(ms >= 700, qPrintable(QString("%1 ms").arg(ms)));
-    } else {
-        QVERIFY2(ms < 600, qPrintable(QString("%1 ms").arg(ms)));
-    }
-}
-
-void TestPtyHost::firstByteDelay() {
-    Rig rig;
-    QVERIFY(rig.start());
-    Faults f;
-    f.firstByteDelayMs = 300;
-    rig.charger.setFaults(f);
-    auto& port = rig.port;
-    QElapsedTimer timer;
-    timer.start();
-    const QByteArray got = exchange(*port, QByteArray::fromHex("850357AA000D"), 9, 3000);
-    QCOMPARE(hexOf(got), QString("850667064A0000BD0D"));
-    QVERIFY2(timer.elapsed() >= 280, qPrintable(QString("%1 ms").arg(timer.elapsed())));
-}
-
-void TestPtyHost::halfFrameDroppedAfterSilence() {
-    Rig rig;
-    QVERIFY(rig.start());
-    auto& [charger, host, port] = rig;
-    // A frame cut short by the line; after a silence the charger must not glue it to the next.
-    port->write(QByteArray::fromHex("851D5400"));
-    port->waitForBytesWritten(1000);
-    QTest::qWait(300);
-    const QByteArray got = exchange(*port, QByteArray::fromHex("850350AA000D"), 7, 2000);
-    QCOMPARE(hexOf(got), QString("8504600C26960D"));
-    QCOMPARE(charger.requests(), QStringList{"850350AA000D"});
-}
-
-void TestPtyHost::closeAndReopen() {
-    VirtualCharger charger;
-    PtyHost host(charger);
-    host.setPacing(false);
-    QVERIFY(host.start());
-    for (int round = 0; round < 3; ++round) {
-        auto port = openPort(host.devicePath());
-        QVERIFY2(port, qPrintable(QString("round %1").arg(round)));
-        const QByteArray got = exchange(*port, QByteArray::fromHex("850357AA000D"), 9, 2000);
-        QVERIFY2(hexOf(got) == "850667064A0000BD0D",
-                 qPrintable(QString("round %1: %2").arg(round).arg(hexOf(got))));
-        port->close();
-    }
-    QCOMPARE(charger.requests().size(), 3);
-}
-
-void TestPtyHost::stopLooksLikeVanishedAdapter() {
-    Rig rig;
-    QVERIFY(rig.start());
-    auto& [charger, host, port] = rig;
-    QCOMPARE(exchange(*port, QByteArray::fromHex("850357AA000D"), 9, 2000).size(), 9);
-
-    QElapsedTimer timer;
-    timer.start();
-    host.stop();
-    QVERIFY(!host.isRunning());
-    QSerialPort::SerialPortError error = QSerialPort::NoError;
-    while (timer.elapsed() < 3000) {
-        port->waitForReadyRead(100);
-        error = port->error();
-        if (error != QSerialPort::NoError) {
-            break;
-        }
-    }
-    QVERIFY2(error == QSerialPort::ResourceError || error == QSerialPort::ReadError,
-             qPrintable(QString("error %1: %2").arg(int(error)).arg(port->errorString())));
-}
-
-void TestPtyHost::linkFollowsHost() {
-    QTemporaryDir dir;
-    QVERIFY(dir.isValid());
-    const QString link = dir.filePath("ttyZUN0");
-    VirtualCharger charger;
-    {
-        PtyHost host(charger);
-        host.setPacing(false);
-        QVERIFY(host.start());
-        QVERIFY(host.createLink(link));
-        QCOMPARE(QFileInfo(link).symLinkTarget(), host.devicePath());
-        // A second run replaces a stale link of the same name.
-        QVERIFY(host.createLink(link));
-        auto port = openPort(link);
+    // A charger served on a fresh pty, with the tool's side of the line open.
+    void init() {
+        port.reset();
+        charger.clearRequests();
+        host = std::make_unique<PtyHost>(charger);
+        host->setPacing(false);
+        QVERIFY(host->start());
+        port = openPort(host->devicePath());
         QVERIFY(port);
-        QCOMPARE(hexOf(exchange(*port, QByteArray::fromHex("850350AA000D"), 7, 2000)),
-                 QString("8504600C26960D"));
     }
-    QVERIFY(!QFileInfo(link).isSymLink());
 
-    QFile plain(dir.filePath("file"));
-    QVERIFY(plain.open(QIODevice::WriteOnly));
-    plain.close();
-    PtyHost host(charger);
-    QVERIFY(host.start());
-    QString error;
-    QVERIFY(!host.createLink(plain.fileName(), &error));
-    QVERIFY2(error.contains("not a link"), qPrintable(error));
-}
+    void replies() {
+        QCOMPARE(exchange(*port, "850357AA000D", 9), QString("850667064A0000BD0D"));
+        QCOMPARE(exchange(*port, "850E510004B00064001200FA020190000D", 6), QString("85036101650D"));
+        // A frame cut short by the line; after a silence the charger does not glue it to the next.
+        port->write(QByteArray::fromHex("851D5400"));
+        port->waitForBytesWritten(1000);
+        QTest::qWait(300);
+        QCOMPARE(exchange(*port, "850350AA000D", 7), QString("8504600C26960D"));
+        QCOMPARE(
+            charger.requests(),
+            (QStringList{"850357AA000D", "850E510004B00064001200FA020190000D", "850350AA000D"}));
+    }
+
+    // 802 bytes of 10 bits at 9600 baud take 835 ms on a real line.
+    void pacing() {
+        host->setPacing(true);
+        QElapsedTimer timer;
+        timer.start();
+        const QString got = exchange(*port, "850359AA000D", 802, 5000);
+        const qint64 ms = timer.elapsed();
+        QCOMPARE(got.size(), 1604);
+        QVERIFY2(ms >= 700, qPrintable(QString("%1 ms").arg(ms)));
+    }
+
+    void closeAndReopen() {
+        for (int round = 0; round < 3; ++round) {
+            port.reset();
+            port = openPort(host->devicePath());
+            QVERIFY2(port, qPrintable(QString("round %1").arg(round)));
+            QCOMPARE(exchange(*port, "850357AA000D", 9), QString("850667064A0000BD0D"));
+        }
+        QCOMPARE(charger.requests().size(), 3);
+    }
+
+    // Stopping looks like a pulled adapter: the open port reports an error instead of hanging.
+    void stopGivesAnError() {
+        QCOMPARE(exchange(*port, "850357AA000D", 9).size(), 18);
+        host->stop();
+        QVERIFY(!host->isRunning());
+        QElapsedTimer timer;
+        timer.start();
+        while (port->error() == QSerialPort::NoError && timer.elapsed() < 3000) {
+            port->waitForReadyRead(100);
+        }
+        QVERIFY2(
+            port->error() == QSerialPort::ResourceError || port->error() == QSerialPort::ReadError,
+            qPrintable(QString("error %1: %2").arg(int(port->error())).arg(port->errorString())));
+    }
+
+    void linkFollowsHost() {
+        QTemporaryDir dir;
+        const QString link = dir.filePath("ttyZUN0");
+        QVERIFY(host->createLink(link));
+        // A second run replaces a stale link of the same name.
+        QVERIFY(host->createLink(link));
+        auto linked = openPort(link);
+        QVERIFY(linked);
+        QCOMPARE(exchange(*linked, "850350AA000D", 7), QString("8504600C26960D"));
+        linked.reset();
+        host->stop();
+        QVERIFY(!QFileInfo(link).isSymLink());
+    }
+};
 
 QTEST_GUILESS_MAIN(TestPtyHost)
 #include "test_pty_host.moc"

@@ -153,7 +153,12 @@ private:
 
 void TestCliE2e::initTestCase() {
     QVERIFY(dir_.isValid());
-    known_ = writeKnownFile(dir_, known::Settings());
+    // The example the README shows is the file these tests write to the charger.
+    known_ = QStringLiteral(EXAMPLE_SETTINGS);
+    QFile example(known_);
+    QVERIFY(example.open(QIODevice::ReadOnly));
+    QVERIFY2(example.readAll() == profile::SettingsToJson(known::Settings()),
+             "scripts/example-settings.json is not the known settings as zunctl writes them");
     const Run r = zunctl({"write", known_, "--dry-run", "--model", known::kModel});
     QVERIFY2(r.code == 0, qPrintable(r.all()));
     offlineDryRun_ = lines(r.out);

@@ -8,7 +8,7 @@ namespace zun::cli {
 
 namespace {
 
-struct CommandSpec {
+struct CommandRule {
     const char* name;
     int files;             // positional arguments after the command
     QSet<QString> allows;  // options besides the global ones
@@ -16,8 +16,8 @@ struct CommandSpec {
     bool talks;            // talks to a charger (port options apply)
 };
 
-const std::vector<CommandSpec>& Commands() {
-    static const std::vector<CommandSpec> specs = {
+const std::vector<CommandRule>& Commands() {
+    static const std::vector<CommandRule> rules = {
         {"ports", 0, {}, true, true},
         {"identify", 0, {}, true, true},
         {"settings", 0, {"o"}, true, true},
@@ -28,7 +28,7 @@ const std::vector<CommandSpec>& Commands() {
         {"log", 0, {"o", "desc", "from", "to"}, false, true},
         {"chart", 1, {"o", "size"}, false, false},
     };
-    return specs;
+    return rules;
 }
 
 }  // namespace
@@ -115,32 +115,32 @@ int ParseCommandLine(const QStringList& arguments, Invocation& inv, QString* mes
     }
     inv.command = positional.first();
     inv.arguments = positional.mid(1);
-    const CommandSpec* spec = nullptr;
-    for (const CommandSpec& s : Commands()) {
+    const CommandRule* rule = nullptr;
+    for (const CommandRule& s : Commands()) {
         if (inv.command == QLatin1String(s.name)) {
-            spec = &s;
+            rule = &s;
         }
     }
-    if (!spec) {
+    if (!rule) {
         *message = QStringLiteral("\"%1\" is not a command").arg(inv.command);
         return kExitUsage;
     }
-    if (inv.arguments.size() != spec->files) {
-        *message = spec->files == 0 ? QStringLiteral("%1 takes no file").arg(inv.command)
+    if (inv.arguments.size() != rule->files) {
+        *message = rule->files == 0 ? QStringLiteral("%1 takes no file").arg(inv.command)
                                     : QStringLiteral("%1 needs one file").arg(inv.command);
         return kExitUsage;
     }
 
     // Options that mean nothing for the command are refused rather than ignored.
-    QSet<QString> allowed = spec->allows;
-    if (spec->talks) {
+    QSet<QString> allowed = rule->allows;
+    if (rule->talks) {
         allowed << QStringLiteral("device") << QStringLiteral("only-given-ports")
                 << QStringLiteral("trace");
         if (inv.command != QLatin1String("ports")) {
             allowed << QStringLiteral("port");
         }
     }
-    if (spec->json) {
+    if (rule->json) {
         allowed << QStringLiteral("json");
     }
     for (const QString& name : parser.optionNames()) {

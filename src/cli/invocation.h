@@ -30,7 +30,7 @@ struct Invocation {
 };
 
 // Parses argv (without the program name). Returns kExitDone and fills the invocation, or
-// kExitUsage with a message; help and version set *exitNow with the text to print.
+// kExitUsage with a message; --help only sets *helpShown.
 int ParseCommandLine(const QStringList& arguments, Invocation& invocation, QString* message,
                      bool* helpShown);
 

@@ -1,510 +1,197 @@
 #include "test_profile_support.h"
 
-#include "link/frames.h"
+#include "sim/pty_host.h"
 
 using namespace profile_test;
-using zun::sim::Faults;
 
 namespace {
 
-// The cells of a condition frame, written out: type byte then the 16-bit value.
-QString cell(const char* type, const char* value) {
-    return QLatin1String(type) + QLatin1String(value);
-}
-
-// Eight unused cells as an empty grid sends them: slot 2 is a temperature, 0 C is 273 K.
-QString emptyPayload() {
-    QString p;
-    for (int slot = 0; slot < 8; ++slot) {
-        p += slot == 2 ? cell("00", "0111") : cell("00", "0000");
+// One virtual charger on its own pseudo-terminal, answering as fast as the line allows.
+struct Charger {
+    zun::sim::VirtualCharger charger;
+    zun::sim::PtyHost host{charger};
+    explicit Charger(int wrongAck = 0) {
+        zun::sim::Faults f;
+        f.wrongAck = wrongAck != 0;
+        f.wrongAckCommand = static_cast<quint8>(wrongAck);
+        charger.setFaults(f);
+        host.setPacing(false);
+        host.start();
     }
-    return p;
-}
-
-void setAllTypes(zun::app::ConditionPage* page, int position) {
-    for (QComboBox* c : page->CmbType) {
-        c->setCurrentIndex(position);
+    // The requests of one command ("54"), or the commands of all writes (51 .. 55), in order.
+    QStringList sent(const QString& command = {}) const {
+        QStringList out;
+        for (const QString& r : charger.requests()) {
+            const QString c = r.mid(4, 2);
+            if (command.isEmpty() ? c >= "51" && c <= "55" : c == command) {
+                out << (command.isEmpty() ? c : r);
+            }
+        }
+        return out;
     }
-}
+};
+
+// Eight unused cells as an empty grid sends them (slot 2 is a temperature: 0 C is 273 K).
+const QString kEmpty =
+    QStringLiteral("000000 000000 000111 000000 000000 000000 000000 000000 000D");
+
+const struct {
+    const char *tag, *settings, *button, *frames;  // frames split by '|', '*' for kEmpty
+    bool identified;
+} kFrames[] = {
+    {"general, 12 V", "Txt0(1)=100 Txt0(2)=18 Txt0(3)=25 Txt0(4)=2 Txt0(5)=40", "CmdOK0",
+     "850E51 00 04B0 0064 0012 00FA 02 0190 000D", true},
+    {"general, profile 2, negative derating",
+     "CmbPN=1 Txt0(1)=100 Txt0(2)=18 Txt0(3)=25 Txt0(4)=-10 Txt0(5)=40", "CmdOK0",
+     "850E51 01 04B0 0064 0012 00FA F6 0190 000D", true},
+    {"protection, amount and stage number never sent",
+     "Txt1(0)=10 Txt1(2)=200 Txt1(3)=3 Txt1(4)=20", "CmdOK1",
+     "850C52 00 011B 0708 FFFF FF 0014 000D", true},
+    {"protection, 48 V on profile 2", "CmbPN=1 Cmb0NV=2 Txt1(0)=0 Txt1(4)=24", "CmdOK1",
+     "850C52 01 0111 1C20 FFFF FF 0018 000D", true},
+    {"three stages",
+     "Cmb2Total=2 Txt2(0)=14.4 Txt2(1)=20 Txt2(2)=13.8 Txt2(3)=5 Txt2(4)=13.5 Txt2(5)=2", "CmdOK2",
+     "85 10 53 00 02 05A0 00C8 0564 0032 0546 0014 000D", true},
+    {"one stage, N = 08", "Cmb2Total=0 Txt2(0)=14.4 Txt2(1)=10", "CmdOK2",
+     "85 08 53 00 00 05A0 0064 000D", true},
+    {"next-stage, two stages, current x10",
+     "Cmb2Total=1 Cmb3Type(*)=0 Cmb3Type(0)=2 Txt3(0)=14.4 Cmb3Type(4)=2 Txt3(4)=2.5 "
+     "Cmb3Type(5)=2 Txt3(5)=480 Cmb3Type(8)=1 Txt3(8)=13.9 Cmb3Type(10)=1 Txt3(10)=45",
+     "CmdOK3",
+     "851D54 00 00 00 0205A0 000000 000111 000000 020019 0201E0 000000 000000 000D|"
+     "851D54 00 01 00 01056E 000000 01013E 000000 000000 000000 000000 000000 000D",
+     true},
+    {"next-stage, no charger: whole amperes", "Cmb2Total=0 Cmb3Type(*)=0 Cmb3Type(4)=2 Txt3(4)=2.5",
+     "CmdOK3", "851D54 00 00 00 000000 000000 000111 000000 020002 000000 000000 000000 000D",
+     false},
+    // No target and stage 1 both send 00; stage 2 jumping to stage 4 sends 03.
+    {"any-stage, four stages, targets",
+     "Cmb2Total=3 Cmb4Type(*)=0 Cmb4Type(2)=1 Txt4(2)=45 Cmb4SN(0)=-1 Cmb4SN(1)=2 "
+     "Cmb4SN(2)=0 Cmb4SN(3)=1",
+     "CmdOK4",
+     "851D55 00 00 00 000000 000000 01013E 000000 000000 000000 000000 000000 000D|"
+     "851D55 00 01 03 *|851D55 00 02 00 *|851D55 00 03 01 *",
+     true},
+};
+
+const struct {
+    const char* tag;
+    bool identified;
+    int failing;  // the write command whose acknowledgement is wrong
+    const char *commands, *message;
+} kWriteAll[] = {
+    {"identified: no general page", true, 0, "52 53 54 54 54 55 55 55", "OK !"},
+    {"no charger: general page first", false, 0, "51 52 53 54 54 54 55 55 55", "OK !"},
+    {"protection not acknowledged", true, 0x52, "52", "Fail !"},
+    {"next-stage: three tries a stage", true, 0x54, "52 53 54 54 54 54 54 54 54 54 54", "Fail !"},
+    // Deliberately accepted in silence.
+    {"any-stage: three tries a stage", true, 0x55, "52 53 54 54 54 55 55 55 55 55 55 55 55 55",
+     "OK !"},
+};
+
+const struct {
+    const char *tag, *settings, *button, *message, *focus;
+} kRefused[] = {
+    {"no stage count", "Cmb2Total=-1", "CmdOK2", "Fail !", "Cmb2Total"},
+    {"stage 2 voltage empty", "Txt2(2)=", "CmdOK2", "Fail !", "Txt2(2)"},
+    {"capacity overflows", "Txt0(1)=99999", "CmdOK0", "Overflow", ""},
+    {"next-stage charge overflows", "Cmb3Type(22)=2 Txt3(22)=99999999", "CmdOK3", "Overflow", ""},
+};
 
 }  // namespace
 
 class TestProfileWrites : public QObject {
     Q_OBJECT
 private slots:
-    void generalFrame_data();
-    void generalFrame();
-    void protectionFrame_data();
-    void protectionFrame();
-    void stagesFrame_data();
-    void stagesFrame();
-    void stagesPreSendChecks_data();
-    void stagesPreSendChecks();
-    void nextConditionFrames_data();
-    void nextConditionFrames();
-    void anyStageTargetByte();
-    void writeAllOrder_data();
-    void writeAllOrder();
-    void writeAllStopsAtUnacknowledgedPage_data();
-    void writeAllStopsAtUnacknowledgedPage();
-    void conditionPagesRetry_data();
-    void conditionPagesRetry();
-    void droppedRepliesAreRetried();
-    void writtenValueIsReadBack();
-    void overflowSendsNothing_data();
-    void overflowSendsNothing();
-    void enterMovesOnWithoutWriting_data();
-    void enterMovesOnWithoutWriting();
-};
+    void pageFrames_data() { AddRows(kFrames); }
 
-void TestProfileWrites::generalFrame_data() {
-    QTest::addColumn<int>("profile");
-    QTest::addColumn<int>("nominal");
-    QTest::addColumn<QStringList>("fields");
-    QTest::addColumn<QString>("frame");
-    QTest::newRow("12 V example") << 0 << 0 << QStringList{"100", "18", "25", "2", "40"}
-                                  << "850E510004B00064001200FA020190000D";
-    QTest::newRow("negative derating, profile 2")
-        << 1 << 0 << QStringList{"100", "18", "25", "-10", "40"}
-        << "850E510104B00064001200FAF60190000D";
-    QTest::newRow("24 V, one-decimal temperatures")
-        << 0 << 1 << QStringList{"600", "30", "22.5", "5", "30.0"}
-        << "850E5100"
-           "0960"
-           "0258"
-           "001E"
-           "00E1"
-           "05"
-           "012C"
-           "000D";
-    QTest::newRow("48 V, text that is no number sent as 0")
-        << 0 << 2 << QStringList{"2", "abc", "20", "1", "50"}
-        << "850E5100"
-           "12C0"
-           "0002"
-           "0000"
-           "00C8"
-           "01"
-           "01F4"
-           "000D";
-}
-
-void TestProfileWrites::generalFrame() {
-    QFETCH(int, profile);
-    QFETCH(int, nominal);
-    QFETCH(QStringList, fields);
-    QFETCH(QString, frame);
-    Charger c;
-    Window win({c.device()});
-    win.editor()->CmbPN->setCurrentIndex(profile);
-    win.general()->Cmb0NV->setCurrentIndex(nominal);
-    for (int i = 1; i <= 5; ++i) {
-        win.general()->Txt0[i]->setText(fields.at(i - 1));
+    void pageFrames() {
+        QFETCH(int, row);
+        const auto& r = kFrames[row];
+        Charger c;
+        Window win({c.host.devicePath()});
+        if (!r.identified) {
+            win.state().ChargerModel.clear();
+        }
+        Apply(win, r.settings);
+        c.charger.clearRequests();
+        win.find<QPushButton>(r.button)->click();
+        QCOMPARE(c.charger.requests(),
+                 QString(r.frames).replace("*", kEmpty).remove(' ').split('|'));
+        QCOMPARE(win.state().WriteResult + win.messages.join(' '), QString());
     }
-    c.charger.clearRequests();
-    win.general()->CmdOK0->click();
-    QCOMPARE(c.charger.requests(), QStringList{frame});
-    QVERIFY2(win.state().WriteResult.isEmpty(), qPrintable(win.state().WriteResult));
-    QVERIFY(win.messages.isEmpty());
-}
 
-void TestProfileWrites::protectionFrame_data() {
-    QTest::addColumn<int>("profile");
-    QTest::addColumn<int>("nominal");
-    QTest::addColumn<QStringList>("fields");
-    QTest::addColumn<QString>("frame");
-    QTest::newRow("12 V example") << 0 << 0 << QStringList{"10", "", "", "", "20"}
-                                  << "850C5200011B0708FFFFFF0014000D";
-    QTest::newRow("charge amount and stage number never sent")
-        << 0 << 0 << QStringList{"45", "", "200", "3", "12.5"} << "850C5200013E0708FFFFFF000C000D";
-    QTest::newRow("48 V on profile 2")
-        << 1 << 2 << QStringList{"0", "", "1", "1", "24"} << "850C520101111C20FFFFFF0018000D";
-}
+    void writeAll_data() { AddRows(kWriteAll); }
 
-void TestProfileWrites::protectionFrame() {
-    QFETCH(int, profile);
-    QFETCH(int, nominal);
-    QFETCH(QStringList, fields);
-    QFETCH(QString, frame);
-    Charger c;
-    Window win({c.device()});
-    win.editor()->CmbPN->setCurrentIndex(profile);
-    win.general()->Cmb0NV->setCurrentIndex(nominal);
-    for (int k = 0; k < 5; ++k) {
-        if (k != 1) {
-            win.protection()->Txt1[k]->setText(fields.at(k));
+    void writeAll() {
+        QFETCH(int, row);
+        const auto& r = kWriteAll[row];
+        Charger c(r.failing);
+        Window win({c.host.devicePath()});
+        if (!r.identified) {
+            // As after a connection whose identification got no answer.
+            win.state().ChargerModel.clear();
+            win.editor()->nominalVoltage()->setEnabled(true);
+        }
+        Apply(win, "Cmb4Type(0)=1 Txt4(0)=13 Cmb4SN(0)=1");
+        c.charger.clearRequests();
+        win.editor()->CmdOK->click();
+        QCOMPARE(win.messages, QStringList{r.message});
+        const QString commands = c.sent().join(' ');
+        QCOMPARE(commands, QString(r.commands));
+        // Three sends of one frame, stage after stage.
+        const QStringList tries = c.sent(QString::number(r.failing, 16));
+        for (int i = 0; r.failing >= 0x54 && i < tries.size(); ++i) {
+            QCOMPARE(tries[i].mid(8, 2).toInt(), i / 3);
+            QCOMPARE(tries[i], tries[i - i % 3]);
+        }
+        // The any-stage page is cleared and sent empty, but only by a write-all that reaches it.
+        const bool reached = commands.contains("55");
+        QCOMPARE(win.editor()->anyCond()->CmbType[0]->currentIndex(), reached ? 0 : 1);
+        QCOMPARE(win.editor()->anyCond()->Cmb4SN[0]->currentIndex(), reached ? -1 : 1);
+        for (const QString& f : c.sent("55")) {
+            QCOMPARE(f.mid(10), QString("00" + kEmpty).remove(' '));
+        }
+        // Only the next-stage page's own button stays off after its write.
+        QCOMPARE(win.editor()->nextCond()->CmdOKn->isEnabled(), !commands.contains("54"));
+        QVERIFY(win.editor()->anyCond()->CmdOKn->isEnabled() && win.editor()->CmdOK->isEnabled());
+    }
+
+    void refusedWritesSendNothing_data() { AddRows(kRefused); }
+
+    void refusedWritesSendNothing() {
+        QFETCH(int, row);
+        const auto& r = kRefused[row];
+        Charger c;
+        Window win({c.host.devicePath()});
+        Apply(win, r.settings);
+        c.charger.clearRequests();
+        // The write's own checks, also behind a button that the page has disabled.
+        win.find<QPushButton>(r.button)->setEnabled(true);
+        win.find<QPushButton>(r.button)->click();
+        QCOMPARE(win.messages, QStringList{r.message});
+        QCOMPARE(c.charger.requests(), QStringList());
+        if (*r.focus) {
+            QCOMPARE(win.w->focusWidget() ? win.w->focusWidget()->objectName() : "", r.focus);
         }
     }
-    c.charger.clearRequests();
-    win.protection()->CmdOK1->click();
-    QCOMPARE(c.charger.requests(), QStringList{frame});
-    QVERIFY(win.state().WriteResult.isEmpty());
-}
 
-void TestProfileWrites::stagesFrame_data() {
-    QTest::addColumn<int>("profile");
-    QTest::addColumn<int>("stages");
-    QTest::addColumn<QStringList>("fields");
-    QTest::addColumn<QString>("frame");
-    QTest::newRow("three stages") << 0 << 3 << QStringList{"14.4", "20", "13.8", "5", "13.5", "2"}
-                                  << "8510530002"
-                                     "05A000C8"
-                                     "05640032"
-                                     "05460014"
-                                     "000D";
-    QTest::newRow("one stage, N = 08") << 0 << 1 << QStringList{"14.4", "10"}
-                                       << "8508530000"
-                                          "05A00064"
-                                          "000D";
-    QTest::newRow("four stages on profile 2")
-        << 1 << 4 << QStringList{"14.4", "10", "14.2", "5", "13.5", "2", "13.2", "0"}
-        << "8514530103"
-           "05A00064"
-           "058C0032"
-           "05460014"
-           "05280000"
-           "000D";
-}
-
-void TestProfileWrites::stagesFrame() {
-    QFETCH(int, profile);
-    QFETCH(int, stages);
-    QFETCH(QStringList, fields);
-    QFETCH(QString, frame);
-    Charger c;
-    Window win({c.device()});
-    win.editor()->CmbPN->setCurrentIndex(profile);
-    win.stages()->Cmb2Total->setCurrentIndex(stages - 1);
-    for (int i = 0; i < fields.size(); ++i) {
-        win.stages()->Txt2[i]->setText(fields.at(i));
+    // Done means the charger holds it: the new value comes back when the port is chosen again.
+    void writtenValueIsReadBack() {
+        Charger c;
+        Window win({c.host.devicePath()});
+        QVERIFY(win.activate());
+        QLineEdit* v1 = win.box("Txt2(0)");
+        v1->setText("14.6");
+        win.leave(v1);
+        win.editor()->CmdOK->click();
+        QCOMPARE(win.messages, QStringList{"OK !"});
+        v1->setText("13");
+        win.w->selectPort(0);
+        QCOMPARE(win.box("Txt2(0)")->text(), QStringLiteral("14.6"));
+        QCOMPARE(win.state().memory.ProfileStages(0, 1), QStringLiteral("14.6"));
     }
-    QVERIFY(win.stages()->CmdOK2->isEnabled());
-    c.charger.clearRequests();
-    win.stages()->CmdOK2->click();
-    QCOMPARE(c.charger.requests(), QStringList{frame});
-    QVERIFY(win.state().WriteResult.isEmpty());
-}
-
-void TestProfileWrites::stagesPreSendChecks_data() {
-    QTest::addColumn<int>("position");
-    QTest::addColumn<int>("emptyVoltage");  // Txt2 index emptied, -1 for none
-    QTest::addColumn<QString>("focus");
-    QTest::newRow("no stage count") << -1 << -1 << "Cmb2Total";
-    QTest::newRow("stage 2 voltage empty") << 2 << 2 << "Txt2(2)";
-    QTest::newRow("stage 3 voltage 0") << 2 << 4 << "Txt2(4)";
-}
-
-void TestProfileWrites::stagesPreSendChecks() {
-    QFETCH(int, position);
-    QFETCH(int, emptyVoltage);
-    QFETCH(QString, focus);
-    Charger c;
-    Window win({c.device()});
-    win.stages()->Cmb2Total->setCurrentIndex(position);
-    if (emptyVoltage >= 0) {
-        win.stages()->Txt2[emptyVoltage]->setText(emptyVoltage == 2 ? "" : "0");
-    }
-    c.charger.clearRequests();
-    win.stages()->CmdOK2_Click();
-    QCOMPARE(win.messages, QStringList{"Fail !"});
-    QVERIFY2(c.charger.requests().isEmpty(), qPrintable(c.charger.requests().join(' ')));
-    QVERIFY(win.w->focusWidget() != nullptr);
-    QCOMPARE(win.w->focusWidget()->objectName(), focus);
-    // The write-all learns nothing from this failure.
-    QVERIFY(win.state().WriteResult.isEmpty());
-}
-
-void TestProfileWrites::nextConditionFrames_data() {
-    QTest::addColumn<bool>("identified");
-    QTest::addColumn<QString>("slot4");
-    QTest::newRow("charger identified: current x10") << true << "0019";
-    QTest::newRow("no charger: whole amperes") << false << "0002";
-}
-
-void TestProfileWrites::nextConditionFrames() {
-    QFETCH(bool, identified);
-    QFETCH(QString, slot4);
-    Charger c;
-    Window win({c.device()});
-    win.stages()->Cmb2Total->setCurrentIndex(1);  // two stages
-    auto* page = win.nextCond();
-    setAllTypes(page, 0);
-    auto set = [&](int i, int type, const QString& text) {
-        page->CmbType[i]->setCurrentIndex(type);
-        page->Txt[i]->setText(text);
-    };
-    set(0, 2, "14.4");
-    set(4, 2, "2.5");
-    set(5, 2, "480");
-    set(8, 1, "13.9");
-    set(10, 1, "45");
-    if (!identified) {
-        win.state().ChargerModel.clear();
-    }
-    c.charger.clearRequests();
-    page->CmdOKn->click();
-    const QString stage0 = "851D54000000" + cell("02", "05A0") + cell("00", "0000") +
-                           cell("00", "0111") + cell("00", "0000") + cell("02", slot4.toLatin1()) +
-                           cell("02", "01E0") + cell("00", "0000") + cell("00", "0000") + "000D";
-    const QString stage1 = "851D54000100" + cell("01", "056E") + cell("00", "0000") +
-                           cell("01", "013E") + cell("00", "0000") + cell("00", "0000") +
-                           cell("00", "0000") + cell("00", "0000") + cell("00", "0000") + "000D";
-    QCOMPARE(c.charger.requests(), (QStringList{stage0, stage1}));
-    QVERIFY(win.state().WriteResult.isEmpty());
-    // The page's button comes back only through a later type change.
-    QVERIFY(!page->CmdOKn->isEnabled());
-}
-
-void TestProfileWrites::anyStageTargetByte() {
-    Charger c;
-    Window win({c.device()});
-    win.stages()->Cmb2Total->setCurrentIndex(3);  // four stages
-    auto* page = win.anyCond();
-    setAllTypes(page, 0);
-    QCOMPARE(page->Cmb4SN[1]->itemText(2), QStringLiteral("4"));
-    page->Cmb4SN[0]->setCurrentIndex(-1);
-    page->Cmb4SN[1]->setCurrentIndex(2);
-    page->Cmb4SN[2]->setCurrentIndex(0);  // stage 3 to stage 1: also 00
-    page->Cmb4SN[3]->setCurrentIndex(1);  // stage 4 to stage 2
-    c.charger.clearRequests();
-    page->CmdOKn->click();
-    const QStringList frames = FramesOf(c.charger, "55");
-    QCOMPARE(frames.size(), 4);
-    const QStringList targets{"00", "03", "00", "01"};
-    for (int s = 0; s < 4; ++s) {
-        const QString expected =
-            QStringLiteral("851D5500%1%2").arg(s, 2, 10, QLatin1Char('0')).arg(targets[s]) +
-            emptyPayload() + "000D";
-        QCOMPARE(frames[s], expected);
-    }
-    QVERIFY(page->CmdOKn->isEnabled());
-}
-
-void TestProfileWrites::writeAllOrder_data() {
-    QTest::addColumn<bool>("identified");
-    QTest::addColumn<QStringList>("commands");
-    QTest::newRow("charger identified: no general page")
-        << true << QStringList{"52", "53", "54", "54", "54", "55", "55", "55"};
-    QTest::newRow("no charger: general page first")
-        << false << QStringList{"51", "52", "53", "54", "54", "54", "55", "55", "55"};
-}
-
-void TestProfileWrites::writeAllOrder() {
-    QFETCH(bool, identified);
-    QFETCH(QStringList, commands);
-    Charger c;
-    Window win({c.device()});
-    if (!identified) {
-        // As after a connection whose identification got no answer.
-        win.state().ChargerModel.clear();
-        win.general()->Cmb0NV->setEnabled(true);
-    }
-    // Conditions on the any-stage page are cleared by the write-all, not sent.
-    auto* any = win.anyCond();
-    any->CmbType[0]->setCurrentIndex(1);
-    any->Txt[0]->setText("13");
-    any->Cmb4SN[0]->setCurrentIndex(1);
-    QVERIFY2(win.editor()->CmdOK->isEnabled(), "the stored profile should be consistent");
-    c.charger.clearRequests();
-    win.editor()->CmdOK->click();
-    QCOMPARE(win.messages, QStringList{"OK !"});
-    QCOMPARE(WriteCommands(c.charger), commands);
-    const QStringList any55 = FramesOf(c.charger, "55");
-    for (int s = 0; s < any55.size(); ++s) {
-        const QString expected = QStringLiteral("851D5500%1").arg(s, 2, 10, QLatin1Char('0')) +
-                                 "00" + emptyPayload() + "000D";
-        QCOMPARE(any55[s], expected);
-    }
-    QCOMPARE(any->CmbType[0]->currentIndex(), 0);
-    QCOMPARE(any->Cmb4SN[0]->currentIndex(), -1);
-    QVERIFY(win.editor()->CmdOK->isEnabled());
-}
-
-void TestProfileWrites::writeAllStopsAtUnacknowledgedPage_data() {
-    QTest::addColumn<int>("failing");
-    QTest::addColumn<QStringList>("commands");
-    QTest::newRow("protection") << 0x52 << QStringList{"52"};
-    QTest::newRow("stages") << 0x53 << QStringList{"52", "53"};
-    // Three stages, three tries each.
-    QTest::newRow("next-stage conditions")
-        << 0x54 << QStringList{"52", "53", "54", "54", "54", "54", "54", "54", "54", "54", "54"};
-}
-
-void TestProfileWrites::writeAllStopsAtUnacknowledgedPage() {
-    QFETCH(int, failing);
-    QFETCH(QStringList, commands);
-    Charger c;
-    Window win({c.device()});
-    Faults f;
-    f.wrongAck = true;
-    f.wrongAckCommand = static_cast<quint8>(failing);
-    c.charger.setFaults(f);
-    c.charger.clearRequests();
-    win.editor()->CmdOK_Click();
-    QCOMPARE(win.messages, QStringList{"Fail !"});
-    QCOMPARE(WriteCommands(c.charger), commands);
-    QVERIFY(win.editor()->CmdOK->isEnabled());
-}
-
-void TestProfileWrites::conditionPagesRetry_data() {
-    QTest::addColumn<bool>("next");
-    QTest::addColumn<int>("stages");
-    QTest::newRow("next-stage page, 3 stages") << true << 3;
-    QTest::newRow("next-stage page, 1 stage") << true << 1;
-    QTest::newRow("any-stage page, 2 stages") << false << 2;
-}
-
-void TestProfileWrites::conditionPagesRetry() {
-    QFETCH(bool, next);
-    QFETCH(int, stages);
-    Charger c;
-    Window win({c.device()});
-    win.stages()->Cmb2Total->setCurrentIndex(stages - 1);
-    Faults f;
-    f.wrongAck = true;
-    f.wrongAckCommand = next ? 0x54 : 0x55;
-    c.charger.setFaults(f);
-    c.charger.clearRequests();
-    auto* page = next ? win.nextCond() : win.anyCond();
-    page->CmdOK_Click();
-    const QStringList frames = FramesOf(c.charger, next ? "54" : "55");
-    QCOMPARE(frames.size(), 3 * stages);
-    for (int s = 0; s < stages; ++s) {
-        // Three sends of the same frame, stage after stage.
-        QCOMPARE(frames[3 * s].mid(8, 2).toInt(), s);
-        QCOMPARE(frames[3 * s + 1], frames[3 * s]);
-        QCOMPARE(frames[3 * s + 2], frames[3 * s]);
-    }
-    if (next) {
-        QCOMPARE(win.state().WriteResult, QStringLiteral("Fail !"));
-        QVERIFY(!page->CmdOKn->isEnabled());
-    } else {
-        // Deliberately silent: no failure is recorded and the button comes back.
-        QVERIFY(win.state().WriteResult.isEmpty());
-        QVERIFY(page->CmdOKn->isEnabled());
-    }
-    QVERIFY(win.messages.isEmpty());
-}
-
-void TestProfileWrites::droppedRepliesAreRetried() {
-    Charger c;
-    Window win({c.device()});
-    Faults f;
-    f.dropEvery = 2;
-    c.charger.setFaults(f);
-    c.charger.clearRequests();
-    win.nextCond()->CmdOK3_Click();
-    const QStringList frames = FramesOf(c.charger, "54");
-    // Every stage went out until one send was answered: at most two sends each here.
-    QVERIFY2(frames.size() >= 3 && frames.size() <= 6, qPrintable(frames.join('\n')));
-    QCOMPARE(frames.first().mid(8, 2), QStringLiteral("00"));
-    QCOMPARE(frames.last().mid(8, 2), QStringLiteral("02"));
-    QVERIFY(win.state().WriteResult.isEmpty());
-}
-
-void TestProfileWrites::writtenValueIsReadBack() {
-    Charger c;
-    Window win({c.device()});
-    QVERIFY(win.activate());
-    QLineEdit* v1 = win.box("Txt2(0)");
-    win.type(v1, "14.6");
-    win.leave(v1);
-    QCOMPARE(v1->text(), QStringLiteral("14.6"));
-    QCOMPARE(win.state().memory.ProfileStages(0, 1), QStringLiteral("14.6"));
-    win.editor()->CmdOK->click();
-    QCOMPARE(win.messages, QStringList{"OK !"});
-    v1->setText("13");
-    win.w->selectPort(0);
-    QCOMPARE(win.box("Txt2(0)")->text(), QStringLiteral("14.6"));
-    QCOMPARE(win.state().memory.ProfileStages(0, 1), QStringLiteral("14.6"));
-}
-
-void TestProfileWrites::overflowSendsNothing_data() {
-    QTest::addColumn<QString>("box");
-    QTest::addColumn<QString>("typeBox");  // the cell's type combo, set to "or" first
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("button");
-    QTest::addColumn<QString>("command");
-    QTest::newRow("capacity") << "Txt0(1)"
-                              << ""
-                              << "99999"
-                              << "CmdOK0"
-                              << "51";
-    QTest::newRow("over-temperature") << "Txt1(0)"
-                                      << ""
-                                      << "40000"
-                                      << "CmdOK1"
-                                      << "52";
-    QTest::newRow("stage voltage") << "Txt2(0)"
-                                   << ""
-                                   << "400"
-                                   << "CmdOK2"
-                                   << "53";
-    QTest::newRow("next-stage charge") << "Txt3(22)"
-                                       << "Cmb3Type(22)"
-                                       << "99999999"
-                                       << "CmdOK3"
-                                       << "54";
-    QTest::newRow("any-stage percent") << "Txt4(7)"
-                                       << "Cmb4Type(7)"
-                                       << "40000"
-                                       << "CmdOK4"
-                                       << "55";
-}
-
-void TestProfileWrites::overflowSendsNothing() {
-    QFETCH(QString, box);
-    QFETCH(QString, typeBox);
-    QFETCH(QString, text);
-    QFETCH(QString, button);
-    QFETCH(QString, command);
-    Charger c;
-    Window win({c.device()});
-    if (!typeBox.isEmpty()) {
-        win.combo(typeBox)->setCurrentIndex(2);
-    }
-    win.box(box)->setText(text);
-    c.charger.clearRequests();
-    win.find<QPushButton>(button)->click();
-    QCOMPARE(win.messages, QStringList{"Overflow"});
-    QVERIFY2(FramesOf(c.charger, command).isEmpty(), qPrintable(c.charger.requests().join(' ')));
-}
-
-void TestProfileWrites::enterMovesOnWithoutWriting_data() {
-    QTest::addColumn<QString>("box");
-    QTest::addColumn<QString>("focus");
-    QTest::newRow("capacity") << "Txt0(1)"
-                              << "CmdOK0";
-    QTest::newRow("derating") << "Txt0(4)"
-                              << "CmdOK0";
-    QTest::newRow("over-voltage") << "Txt1(1)"
-                                  << "Txt1(4)";
-    QTest::newRow("total time") << "Txt1(4)"
-                                << "CmdOK1";
-    QTest::newRow("over-temperature stays") << "Txt1(0)"
-                                            << "Txt1(0)";
-    QTest::newRow("stage voltage") << "Txt2(0)"
-                                   << "Txt2(1)";
-    QTest::newRow("last stage current") << "Txt2(5)"
-                                        << "CmdOK2";
-}
-
-void TestProfileWrites::enterMovesOnWithoutWriting() {
-    QFETCH(QString, box);
-    QFETCH(QString, focus);
-    Charger c;
-    Window win({c.device()});
-    QVERIFY(win.activate());
-    QLineEdit* b = win.box(box);
-    win.showPageOf(b);
-    b->setFocus(Qt::MouseFocusReason);
-    c.charger.clearRequests();
-    QTest::keyClick(b, Qt::Key_Return);
-    QVERIFY(QApplication::focusWidget() != nullptr);
-    QCOMPARE(QApplication::focusWidget()->objectName(), focus);
-    QTest::qWait(50);
-    QVERIFY2(c.charger.requests().isEmpty(), qPrintable(c.charger.requests().join(' ')));
-}
+};
 
 QTEST_MAIN(TestProfileWrites)
 #include "test_profile_writes.moc"

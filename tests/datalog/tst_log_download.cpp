@@ -1,5 +1,8 @@
+#include "datalog/live_reading.h"
 #include "datalog/log_download.h"
-#include "fake_exchange.h"
+#include "datalog/run_time.h"
+#include "datalog_test.h"
+#include "link/exchange.h"
 
 #include <QtTest>
 
@@ -7,444 +10,193 @@ using namespace zun::datalog;
 
 namespace {
 
-QString hex4(int v) {
-    return QString::number(v & 0xFFFF, 16).toUpper().rightJustified(4, '0');
-}
-
-// One record on the wire: number, charger volts, amps, battery 1, battery 2 (hundredths), spare.
-QString record(int number, int cv, int ca, int b1, int b2) {
-    return hex4(number) + hex4(cv) + hex4(ca) + hex4(b1) + hex4(b2) + "0000";
-}
-
-// Values a slot of the scripted charger holds: easy to recognise in the rows.
-QString slotRecord(int slot) {
-    return record(slot, 2700 + slot % 100, 1000 + slot % 50, 1300 + slot % 7, 1290 + slot % 3);
-}
-
-QString makeBlockReply(const QString& records) {
-    const int len = records.size() / 2 + 3;
-    return "85" + hex4(len).right(2) + "88AA" + records + "00" + "0D";
-}
-
-QString makePointerReply(int pointer, bool wrapped) {
-    return "8504" + hex4(pointer) + (wrapped ? "01" : "00") + "000D";
-}
-
-// Answers every block request with the records of the slots it names.
-QString answerBlocks(const QString& frame) {
-    if (!frame.startsWith("850678AA") || frame.size() != 18) {
-        return {};
+// A charger by script: replies from a function, the streamed transfer as one list entry per
+// read, and a record of everything the code under test did.
+struct FakeExchange : zun::link::Exchange {
+    std::function<QString(const QString&)> reply;
+    QList<QByteArray> streamReads;
+    QStringList requests;
+    QList<float> waits;
+    QList<QByteArray> written;
+    int reads = 0;
+    QString SendFrame(const QString& frame) override {
+        requests << frame;
+        return reply(frame);
     }
-    const int first = frame.mid(8, 4).toInt(nullptr, 16);
-    const int last = frame.mid(12, 4).toInt(nullptr, 16);
-    QString records;
-    for (int s = first; s <= last; ++s) {
-        records += slotRecord(s);
+    void WaitSeconds(float seconds) override { waits << seconds; }
+    bool ResetAndWrite(const QByteArray& bytes) override {
+        written << bytes;
+        return true;
     }
-    return makeBlockReply(records);
-}
-
-QString rowText(const LogRow& row) {
-    return QStringList(row.begin(), row.end()).join(',');
-}
-
-QStringList rowTexts(const std::vector<LogRow>& rows) {
-    QStringList out;
-    for (const LogRow& r : rows) {
-        out << rowText(r);
+    QByteArray ReadWaiting() override {
+        ++reads;
+        return streamReads.isEmpty() ? QByteArray() : streamReads.takeFirst();
     }
-    return out;
-}
-
-}  // namespace
-
-class LogDownloadTest : public QObject {
-    Q_OBJECT
-private slots:
-    void pointerReply_data();
-    void pointerReply();
-    void blockPlan_data();
-    void blockPlan();
-    void blockFrame_data();
-    void blockFrame();
-    void progressText_data();
-    void progressText();
-    void blockReply_data();
-    void blockReply();
-    void downloadUnwrapped();
-    void downloadWrapped();
-    void downloadSkipsSilentBlock();
-    void downloadBadPointer_data();
-    void downloadBadPointer();
-    void streamed_data();
-    void streamed();
-    void streamedIdleRule();
 };
 
-void LogDownloadTest::pointerReply_data() {
-    QTest::addColumn<QString>("reply");
-    QTest::addColumn<bool>("answered");
-    QTest::addColumn<int>("pointer");
-    QTest::addColumn<bool>("wrapped");
-
-    QTest::newRow("25 unwrapped") << makePointerReply(25, false) << true << 25 << false;
-    QTest::newRow("5 wrapped") << makePointerReply(5, true) << true << 5 << true;
-    QTest::newRow("4319 wrapped") << makePointerReply(4319, true) << true << 4319 << true;
-    QTest::newRow("flag 02 is not wrapped") << "8504000502000D" << true << 5 << false;
-    QTest::newRow("no 0D reads as empty log") << "8504001901" << true << 0 << false;
-    QTest::newRow("empty reply: not answered") << "" << false << 0 << false;
-    QTest::newRow("FFFF is the unset marker") << "8504FFFF01000D" << true << 0 << true;
-    QTest::newRow("negative 16-bit clamps to 0") << "8504FFF000000D" << true << 0 << false;
-    QTest::newRow("8000 clamps to 0") << "8504800001000D" << true << 0 << true;
-    QTest::newRow("beyond the ring clamps to 4319") << "850410E000000D" << true << 4319 << false;
-    QTest::newRow("7FFF clamps to 4319") << "85047FFF00000D" << true << 4319 << false;
-    QTest::newRow("short pointer field") << "85040D" << true << 13 << false;
+// One record on the wire: number, charger volts, amps, battery 1, battery 2 (hundredths), spare.
+QString record(int n, int cv, int ca, int b1, int b2) {
+    return QString::asprintf("%04X%04X%04X%04X%04X0000", n, cv, ca, b1, b2);
 }
 
-void LogDownloadTest::pointerReply() {
-    QFETCH(QString, reply);
-    QFETCH(bool, answered);
-    QFETCH(int, pointer);
-    QFETCH(bool, wrapped);
-    const LogPointer p = ParsePointerReply(reply);
-    QVERIFY2(p.answered == answered, qPrintable(reply));
-    QVERIFY2(p.pointer == pointer,
-             qPrintable(QString("%1 -> %2, expected %3").arg(reply).arg(p.pointer).arg(pointer)));
-    QVERIFY2(p.wrapped == wrapped, qPrintable(reply));
+// What slot s of the scripted ring holds: s, 100 + s, 200 + s and 300 + s hundredths.
+QString slotRecord(int s) {
+    return record(s, s, 100 + s, 200 + s, 300 + s);
 }
 
-void LogDownloadTest::blockPlan_data() {
-    QTest::addColumn<int>("pointer");
-    QTest::addColumn<bool>("wrapped");
-    QTest::addColumn<int>("count");
-    QTest::addColumn<QString>("head");  // first blocks, "first-last" joined by blanks
-    QTest::addColumn<QString>("tail");  // last blocks
-
-    QTest::newRow("25 unwrapped") << 25 << false << 3 << "0-9 10-19 20-24"
-                                  << "20-24";
-    QTest::newRow("0 unwrapped reads nothing") << 0 << false << 0 << ""
-                                               << "";
-    QTest::newRow("1 unwrapped") << 1 << false << 1 << "0-0"
-                                 << "0-0";
-    QTest::newRow("10 unwrapped") << 10 << false << 1 << "0-9"
-                                  << "0-9";
-    QTest::newRow("11 unwrapped") << 11 << false << 2 << "0-9 10-10"
-                                  << "10-10";
-    QTest::newRow("4319 unwrapped") << 4319 << false << 432 << "0-9"
-                                    << "4310-4318";
-    QTest::newRow("5 wrapped") << 5 << true << 433 << "7-16 17-26"
-                               << "4317-4319 0-5";
-    QTest::newRow("0 wrapped") << 0 << true << 433 << "2-11"
-                               << "4312-4319 0-0";
-    QTest::newRow("4318 wrapped: first range empty") << 4318 << true << 432 << "0-9"
-                                                     << "4310-4318";
-    QTest::newRow("4317 wrapped: first range is slot 4319")
-        << 4317 << true << 433 << "4319-4319 0-9"
-        << "4310-4317";
-    QTest::newRow("4319 wrapped: every slot, in one range") << 4319 << true << 432 << "0-9"
-                                                            << "4310-4319";
-    QTest::newRow("negative clamps") << -40 << false << 0 << ""
-                                     << "";
-    QTest::newRow("too large clamps") << 30000 << false << 432 << "0-9"
-                                      << "4310-4318";
-}
-
-void LogDownloadTest::blockPlan() {
-    QFETCH(int, pointer);
-    QFETCH(bool, wrapped);
-    QFETCH(int, count);
-    QFETCH(QString, head);
-    QFETCH(QString, tail);
-    const auto blocks = PlanBlocks(pointer, wrapped);
-    QStringList all;
-    int records = 0;
-    for (const LogBlock& b : blocks) {
-        all << QString("%1-%2").arg(b.first).arg(b.last);
-        QVERIFY2(b.last >= b.first && b.last - b.first < 10 && b.first >= 0 && b.last <= 4319,
-                 qPrintable(all.last()));
-        records += b.last - b.first + 1;
-    }
-    QCOMPARE(int(blocks.size()), count);
-    const QStringList h = head.split(' ', Qt::SkipEmptyParts);
-    const QStringList t = tail.split(' ', Qt::SkipEmptyParts);
-    QCOMPARE(all.mid(0, h.size()), h);
-    QCOMPARE(all.mid(all.size() - t.size()), t);
-    if (wrapped) {
-        // Every slot but N + 1 is read once; with N = 4319 there is no slot N + 1.
-        QCOMPARE(records, pointer == 4319 ? 4320 : 4319);
-    }
-}
-
-void LogDownloadTest::blockFrame_data() {
-    QTest::addColumn<int>("first");
-    QTest::addColumn<int>("last");
-    QTest::addColumn<QString>("frame");
-    QTest::newRow("0-9") << 0 << 9 << "850678AA000000090D";
-    QTest::newRow("10-19") << 10 << 19 << "850678AA000A00130D";
-    QTest::newRow("20-24") << 20 << 24 << "850678AA001400180D";
-    QTest::newRow("7-16") << 7 << 16 << "850678AA000700100D";
-    QTest::newRow("4317-4319") << 4317 << 4319 << "850678AA10DD10DF0D";
-    QTest::newRow("0-5") << 0 << 5 << "850678AA000000050D";
-}
-
-void LogDownloadTest::blockFrame() {
-    QFETCH(int, first);
-    QFETCH(int, last);
-    QFETCH(QString, frame);
-    QCOMPARE(BlockFrame(first, last), frame);
-}
-
-void LogDownloadTest::progressText_data() {
-    QTest::addColumn<int>("count");
-    QTest::addColumn<int>("total");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("first of 25") << 1 << 25 << "Download: 4% finished";
-    QTest::newRow("last of 25") << 25 << 25 << "Download: 100% finished";
-    QTest::newRow("truncates 2/3") << 2 << 3 << "Download: 66% finished";
-    QTest::newRow("4319 of 4320") << 4319 << 4320 << "Download: 99% finished";
-    QTest::newRow("no total, no text") << 3 << 0 << "";
-}
-
-void LogDownloadTest::progressText() {
-    QFETCH(int, count);
-    QFETCH(int, total);
-    QFETCH(QString, text);
-    QCOMPARE(ProgressText(count, total), text);
-}
-
-void LogDownloadTest::blockReply_data() {
-    QTest::addColumn<QString>("reply");
-    QTest::addColumn<int>("counterBefore");
-    QTest::addColumn<QStringList>("rows");
-
-    QTest::newRow("three records")
-        << makeBlockReply(record(0, 2760, 1250, 1380, 1379) + record(1, 2761, 1249, 1381, 1378) +
-                          record(2, 2762, 1, 0, 65534))
-        << 0
-        << QStringList{"0001,27.60,12.50,13.80,13.79", "0002,27.61,12.49,13.81,13.78",
-                       "0003,27.62,0.01,0.00,655.34"};
-    QTest::newRow("counter continues, FFFF unset marker reads 0")
-        << makeBlockReply(record(9, 0xFFFF, 0x00FF, 0x0FFF, 2)) << 41
-        << QStringList{"0042,0.00,2.55,40.95,0.02"};
-    // 12 to 23 characters still give a row; the missing fields are empty and read 0.
-    QTest::newRow("truncated last record (14 characters)")
-        << makeBlockReply(record(0, 2760, 1250, 1380, 1379) + "00010AC804E212") << 0
-        << QStringList{"0001,27.60,12.50,13.80,13.79", "0002,27.60,12.50,0.18,0.00"};
-    QTest::newRow("remainder of 12 characters")
-        << makeBlockReply("00010AC804E2") << 0 << QStringList{"0001,27.60,12.50,0.00,0.00"};
-    QTest::newRow("remainder of 11 characters gives nothing")
-        << makeBlockReply("00010AC804E") << 0 << QStringList{};
-    QTest::newRow("malformed field enters as 0")
-        << makeBlockReply("0001" + QString("0AZ8") + "04E2" + "0564" + "0563" + "0000") << 0
-        << QStringList{"0001,0.00,12.50,13.80,13.79"};
-    QTest::newRow("head only") << QString("8503880D") << 0 << QStringList{};
-    QTest::newRow("counter past 9999 keeps every digit")
-        << makeBlockReply(record(0, 100, 200, 300, 400)) << 9999
-        << QStringList{"10000,1.00,2.00,3.00,4.00"};
-}
-
-void LogDownloadTest::blockReply() {
-    QFETCH(QString, reply);
-    QFETCH(int, counterBefore);
-    QFETCH(QStringList, rows);
-    int counter = counterBefore;
-    const auto got = DecodeBlockReply(reply, counter);
-    QCOMPARE(rowTexts(got), rows);
-    QCOMPARE(counter, counterBefore + int(rows.size()));
-}
-
-void LogDownloadTest::downloadUnwrapped() {
-    FakeExchange ex;
-    ex.replies["850375AA000D"] = makePointerReply(25, false);
-    ex.responder = answerBlocks;
-    QStringList progress;
-    QList<bool> visible;
-    int rowsSeen = 0;
-    DownloadProgress cb;
-    cb.text = [&](const QString& t) { progress << t; };
-    cb.visible = [&](bool v) { visible << v; };
-    cb.row = [&](const LogRow&) { ++rowsSeen; };
-
-    const DownloadResult r = DownloadLog(ex, cb);
-    QCOMPARE(ex.requests, (QStringList{"850375AA000D", "850678AA000000090D", "850678AA000A00130D",
-                                       "850678AA001400180D"}));
-    QCOMPARE(int(r.rows.size()), 25);
-    QCOMPARE(rowsSeen, 25);
-    QCOMPARE(rowText(r.rows.front()), QString("0001,27.00,10.00,13.00,12.90"));
-    QCOMPARE(rowText(r.rows.back()), QString("0025,27.24,10.24,13.03,12.90"));
-    QVERIFY(!r.streamed);
-    QCOMPARE(progress.first(), QString());  // LabDownDisp emptied first
-    QCOMPARE(progress.last(), QString("Download: 100% finished"));
-    QCOMPARE(progress.size(), 26);
-    QCOMPARE(visible, (QList<bool>{true, false}));
-    QVERIFY(ex.written.isEmpty());
-}
-
-void LogDownloadTest::downloadWrapped() {
-    FakeExchange ex;
-    ex.replies["850375AA000D"] = makePointerReply(5, true);
-    ex.responder = answerBlocks;
-    QStringList progress;
-    DownloadProgress cb;
-    cb.text = [&](const QString& t) { progress << t; };
-    const DownloadResult r = DownloadLog(ex, cb);
-
-    QCOMPARE(ex.requests.size(), 1 + 433);
-    QCOMPARE(ex.requests.at(1), QString("850678AA000700100D"));
-    QCOMPARE(ex.requests.at(432), QString("850678AA10DD10DF0D"));
-    QCOMPARE(ex.requests.at(433), QString("850678AA000000050D"));
-    QVERIFY2(!ex.requests.contains("850678AA000600060D"), "slot N + 1 is never read");
-    QCOMPARE(int(r.rows.size()), 4319);
-    // Oldest first: slot 7 is row 0001, slot 5 (the newest) is the last row.
-    QCOMPARE(rowText(r.rows.front()), QString("0001,27.07,10.07,13.00,12.91"));
-    QCOMPARE(rowText(r.rows.back()), QString("4319,27.05,10.05,13.05,12.92"));
-    QCOMPARE(progress.last(), QString("Download: 99% finished"));  // against 4320
-}
-
-void LogDownloadTest::downloadSkipsSilentBlock() {
-    FakeExchange ex;
-    ex.replies["850375AA000D"] = makePointerReply(25, false);
-    ex.replies["850678AA000A00130D"] = "";  // the charger does not answer this block
-    ex.responder = answerBlocks;
-    const DownloadResult r = DownloadLog(ex);
-    QCOMPARE(ex.requests.size(), 4);  // no retry
-    QCOMPARE(r.blocksSkipped, 1);
-    QCOMPARE(int(r.rows.size()), 15);
-    // The counter goes on without a gap; the values after the gap are those of slots 20..24.
-    QCOMPARE(rowText(r.rows.at(10)), QString("0011,27.20,10.20,13.06,12.92"));
-    QCOMPARE(rowText(r.rows.back()), QString("0015,27.24,10.24,13.03,12.90"));
-}
-
-void LogDownloadTest::downloadBadPointer_data() {
-    QTest::addColumn<QString>("reply");
-    QTest::addColumn<int>("blockRequests");
-    QTest::newRow("negative pointer") << "8504FFF000000D" << 0;
-    QTest::newRow("huge pointer, unwrapped") << "85047FFF00000D" << 432;
-    QTest::newRow("reply without 0D") << "85047FFF0000" << 0;
-}
-
-void LogDownloadTest::downloadBadPointer() {
-    QFETCH(QString, reply);
-    QFETCH(int, blockRequests);
-    FakeExchange ex;
-    ex.replies["850375AA000D"] = reply;
-    ex.responder = answerBlocks;
-    const DownloadResult r = DownloadLog(ex);
-    QCOMPARE(ex.requests.size() - 1, blockRequests);
-    for (const QString& f : ex.requests.mid(1)) {
-        const int last = f.mid(12, 4).toInt(nullptr, 16);
-        QVERIFY2(last <= 4319, qPrintable(f));
-    }
-    QCOMPARE(int(r.rows.size()), blockRequests == 0 ? 0 : 4319);
-}
-
-namespace {
-
-QByteArray streamBytes(const QList<int>& numbers) {
-    QByteArray out = QByteArray::fromHex("850066") + QByteArray(13, char(0xAA));
-    for (int n : numbers) {
-        out += QByteArray::fromHex(record(n, 2700 + n, 1000 + n, 1300, 1290).toLatin1());
-    }
-    return out;
-}
-
-QList<QByteArray> chunks(const QByteArray& bytes, int size) {
-    QList<QByteArray> out;
-    for (int i = 0; i < bytes.size(); i += size) {
-        out << bytes.mid(i, size);
-    }
-    return out;
+QString blockOf(const QString& records) {
+    return QString::asprintf("85%02X88AA", int(records.size() / 2 + 3) & 0xFF) + records + "000D";
 }
 
 }  // namespace
 
-void LogDownloadTest::streamed_data() {
-    QTest::addColumn<int>("minutes");
-    QTest::addColumn<QList<int>>("numbers");
-    QTest::addColumn<int>("chunk");
-    QTest::addColumn<QStringList>("rows");
-    QTest::addColumn<QString>("lastProgress");
-
-    const QStringList five = {"0001,27.01,10.01,13.00,12.90", "0002,27.02,10.02,13.00,12.90",
-                              "0003,27.03,10.03,13.00,12.90", "0004,27.04,10.04,13.00,12.90",
-                              "0005,27.05,10.05,13.00,12.90"};
-    QTest::newRow("all at once") << 50 << QList<int>{1, 2, 3, 4, 5} << 4096 << five
-                                 << "Download: 100% finished";
-    QTest::newRow("seven bytes a read")
-        << 59 << QList<int>{1, 2, 3, 4, 5} << 7 << five << "Download: 100% finished";
-    QTest::newRow("one byte a read")
-        << 50 << QList<int>{1, 2, 3, 4, 5} << 1 << five << "Download: 100% finished";
-    QTest::newRow("numbered by their own field")
-        << 50 << QList<int>{1, 2, 7, 8, 10} << 5
-        << QStringList{"0001,27.01,10.01,13.00,12.90", "0002,27.02,10.02,13.00,12.90",
-                       "0007,27.07,10.07,13.00,12.90", "0008,27.08,10.08,13.00,12.90",
-                       "0010,27.10,10.10,13.00,12.90"}
-        << "Download: 100% finished";
-    QTest::newRow("more records than expected")
-        << 30 << QList<int>{1, 2, 3, 4, 5} << 4096 << five.mid(0, 3) << "Download: 100% finished";
-    QTest::newRow("fewer records than expected")
-        << 100 << QList<int>{1, 2, 3} << 4096 << five.mid(0, 3) << "Download: 30% finished";
+void DatalogTest::readings_data() {
+    // The reply, then what the box shows: the text with the minutes (or V3 and I3 of a live
+    // reading), "clear" or "keep"; an empty reply names its request.
+    QTest::addColumn<QStringList>("io");
+    QTest::newRow("7435 min") << QStringList{"8506670B1D0000000D", "123Hours 55Minutes (7435)"};
+    QTest::newRow("0 min") << QStringList{"85066700000000000D", "0Hours 0Minutes (0)"};
+    QTest::newRow("59 min") << QStringList{"8506673B000000000D", "0Hours 59Minutes (59)"};
+    QTest::newRow("60 min") << QStringList{"8506673C000000000D", "1Hours 0Minutes (60)"};
+    QTest::newRow("-61 min") << QStringList{"850667C3FFFFFF000D", "-1Hours -1Minutes (-61)"};
+    QTest::newRow("0AC8, FFFF") << QStringList{
+        "8511580AC804E2056405631234FFFF00008000000D",
+        "charge:27.6V  12.5A\r\nbat1:  13.80V  -0.01A\r\nbat2:  13.79V  0.00A (46.6 -327.68)"};
+    QTest::newRow("live, empty reply") << QStringList{"", "clear", "851158"};
+    QTest::newRow("live, short reply") << QStringList{"8511580AC8", "keep"};
+    QTest::newRow("live, garbled reply") << QStringList{"8511580AC8ZZ" + QString(28, '0'), "keep"};
 }
 
-void LogDownloadTest::streamed() {
-    QFETCH(int, minutes);
-    QFETCH(QList<int>, numbers);
-    QFETCH(int, chunk);
-    QFETCH(QStringList, rows);
-    QFETCH(QString, lastProgress);
+void DatalogTest::readings() {
+    QFETCH(QStringList, io);
+    const bool live = (io[0] + io.value(2)).startsWith("851158");
+    const LiveReading l = DecodeLiveReading(io[0]);
+    const RunTimeReading t = DecodeRunTime(io[0]);
+    const ReplyOutcome outcome = live ? l.outcome : t.outcome;
+    const QString shown = live ? l.text + QString(" (%1 %2)").arg(l.V[3]).arg(l.I[3])
+                               : t.text + QString(" (%1)").arg(t.minutes);
+    QCOMPARE(outcome == ReplyOutcome::Show    ? shown
+             : outcome == ReplyOutcome::Clear ? "clear"
+                                              : "keep",
+             io[1]);
+}
 
+void DatalogTest::download_data() {
+    // The pointer reply (none: the streamed transfer), optionally a frame and its reply (other
+    // block requests are answered from the scripted ring) and for a stream the bytes a read,
+    // the silent polls after the first read and the record numbers sent; then the requests
+    // after the pointer request (the first two and last two), the rows (all of up to three,
+    // else the first and last as record:volts), the last progress text and the page after it.
+    QTest::addColumn<QStringList>("in");
+    QTest::addColumn<QString>("out");
+    const QString slot0 = "0001:0.00 .. ";
+    const QString block25 = "3: 0000-0009 000A-0013 .. 000A-0013 0014-0018 | ";
+    QTest::newRow("pointer 25, flag 00")
+        << QStringList{"8504001900000D"}
+        << block25 + slot0 + "0025:0.24 | Download: 100% finished | SPC 0001..0025";
+    QTest::newRow("pointer 5, flag 01")
+        << QStringList{"8504000501000D"}
+        << "433: 0007-0010 0011-001A .. 10DD-10DF 0000-0005 | 0001:0.07 .. 4319:0.05 | "
+           "Download: 99% finished | SPC 0001..4319";
+    // No retry: the counter runs on, and the rows after the gap hold slots 20..24.
+    QTest::newRow("block without reply skipped")
+        << QStringList{"8504001900000D", "850678AA000A00130D", ""}
+        << block25 + slot0 + "0015:0.24 | Download: 60% finished | SPC 0001..0015";
+    // 11 characters after the last record give nothing.
+    QTest::newRow("3-record block, FFFF reads 0")
+        << QStringList{"8504000300000D", "850678AA000000020D",
+                       blockOf(record(0, 2760, 1250, 1380, 1379) + record(1, 0xFFFF, 255, 4095, 2) +
+                               record(2, 2762, 1, 0, 65534) + "00010AC804E")}
+        << "1: 0000-0002 .. 0000-0002 | 0001,27.60,12.50,13.80,13.79 ; 0002,0.00,2.55,40.95,0.02 ; "
+           "0003,27.62,0.01,0.00,655.34 | Download: 100% finished | SPC 0001..0003";
+    // 12 to 23 characters still give a row, the missing fields read 0.
+    QTest::newRow("malformed field enters as 0, truncated last record")
+        << QStringList{"8504000300000D", "850678AA000000020D",
+                       blockOf(record(0, 2760, 1250, 1380, 1379) +
+                               "00010AZ804E205640563000000010AC804E212")}
+        << "1: 0000-0002 .. 0000-0002 | 0001,27.60,12.50,13.80,13.79 ; 0002,0.00,12.50,13.80,13.79 "
+           "; "
+           "0003,27.60,12.50,0.18,0.00 | Download: 100% finished | SPC 0001..0003";
+    QTest::newRow("no 0D reads as empty") << QStringList{"8504001901"} << "0:  ..  |  |  | --- ..";
+    QTest::newRow("beyond the ring clamps to 4319, flag 02 is not wrapped")
+        << QStringList{"850410E002000D"}
+        << "432: 0000-0009 000A-0013 .. 10CC-10D5 10D6-10DE | " + slot0 +
+               "4319:43.18 | Download: 100% finished | SPC 0001..4319";
+    // The streamed transfer expects run-time minutes / 10 records (X = 5, then 3).
+    const QStringList runTime{"", "850357AA000D", "85066732000000000D"};
+    const QString streamed = "1: 850357AA000D .. 850357AA000D | ";
+    QTest::newRow("streamed, 7 bytes a read, 5 silent polls, numbered by their own field")
+        << runTime + QStringList{"7", "5", "1", "2", "7", "8", "10"}
+        << streamed + "0001:0.01 .. 0010:0.10 | Download: 100% finished | SPC 0001..0010";
+    QTest::newRow("streamed, more records than expected")
+        << QStringList{"", "850357AA000D", "8506671E000000000D", "99", "0", "1", "2", "3", "4"}
+        << streamed +
+               "0001,0.01,1.01,2.01,3.01 ; 0002,0.02,1.02,2.02,3.02 ; "
+               "0003,0.03,1.03,2.03,3.03 | Download: 100% finished | SPC 0001..0003";
+    QTest::newRow("streamed, no run time")
+        << QStringList{"", "850357AA000D", ""} << streamed + " |  | --- ..";
+}
+
+void DatalogTest::download() {
+    QFETCH(QStringList, in);
+    QFETCH(QString, out);
     FakeExchange ex;
-    // No reply to the pointer request: the older transfer takes over.
-    ex.replies["850357AA000D"] =
-        "850667" + hex4(minutes).right(2) + hex4(minutes).left(2) + "0000" + "000D";
-    ex.streamReads = chunks(streamBytes(numbers), chunk);
-    QStringList progress;
-    DownloadProgress cb;
-    cb.text = [&](const QString& t) { progress << t; };
-    const DownloadResult r = DownloadLog(ex, cb);
-
-    QVERIFY(r.streamed);
-    QCOMPARE(ex.requests, (QStringList{"850375AA000D", "850357AA000D"}));
-    QCOMPARE(ex.written, (QList<QByteArray>{QByteArray::fromHex("850356AA000D")}));
-    QCOMPARE(rowTexts(r.rows), rows);
-    QCOMPARE(progress.last(), lastProgress);
-    QCOMPARE(ex.waits.first(), 0.1f);
-}
-
-void LogDownloadTest::streamedIdleRule() {
-    FakeExchange ex;
-    ex.replies["850357AA000D"] = "850667320000" + QString("00") + "000D";  // 50 minutes
-    const QList<QByteArray> data = chunks(streamBytes({1, 2, 3}), 20);
-    // Data, five silent polls, more data, then silence: five in a row do not end the loop.
-    ex.streamReads = data.mid(0, 2);
-    for (int i = 0; i < 5; ++i) {
-        ex.streamReads << QByteArray();
+    ex.reply = [&](const QString& f) {
+        if (f == "850375AA000D" || f == in.value(1)) {
+            return f == in.value(1) ? in[2] : in[0];
+        }
+        QString records;
+        for (int s = f.mid(8, 4).toInt(nullptr, 16); s <= f.mid(12, 4).toInt(nullptr, 16); ++s) {
+            records += slotRecord(s);
+        }
+        return blockOf(records);
+    };
+    QByteArray stream = QByteArray::fromHex("850066") + QByteArray(13, char(0xAA));
+    for (const QString& n : in.mid(5)) {
+        stream += QByteArray::fromHex(slotRecord(n.toInt()).toLatin1());
     }
-    ex.streamReads << data.mid(2);
-    const int dataReads = int(data.size());
-    const auto rows = StreamLogDownload(ex);
-    QCOMPARE(int(rows.size()), 3);
-    // Every poll waits 0.2 s; the loop ends on the sixth empty poll in a row.
-    QCOMPARE(ex.reads, dataReads + 5 + 6);
-    QCOMPARE(ex.waits.size(), 1 + ex.reads);
-    for (int i = 1; i < ex.waits.size(); ++i) {
-        QCOMPARE(ex.waits.at(i), 0.2f);
+    for (int i = 0; in.size() > 5 && i < stream.size(); i += in[3].toInt()) {
+        ex.streamReads << stream.mid(i, in[3].toInt());
+        for (int k = 0; i == 0 && k < in[4].toInt(); ++k) {
+            ex.streamReads << QByteArray();  // silent polls short of the idle rule
+        }
     }
-
-    FakeExchange silent;  // no run-time reply: nothing expected, nothing written
-    QVERIFY(StreamLogDownload(silent).empty());
-    QVERIFY(silent.written.isEmpty());
-    QCOMPARE(silent.reads, 0);
-
-    FakeExchange zero;
-    zero.replies["850357AA000D"] = "8506670900000000" + QString("0D");  // 9 minutes: X = 0
-    QVERIFY(StreamLogDownload(zero).empty());
-    QVERIFY(zero.written.isEmpty());
+    const int streamReads = int(ex.streamReads.size());
+    QStringList texts{""};
+    QList<bool> visible;
+    const DownloadResult r =
+        DownloadLog(ex, {[&](const QString& t) { texts << t; }, [&](bool v) { visible << v; }, {}});
+    QStringList requests;  // a block request 850678AA ffff llll 0D shows as ffff-llll
+    for (const QString& f : ex.requests.mid(1)) {
+        requests << QString(f).replace(QRegularExpression("^850678AA(....)(....)0D$"), "\\1-\\2");
+    }
+    LogTableModel table;
+    table.setRows(r.rows);
+    const LogFinish f = FinishDownload(table, QDateTime(QDate(2026, 11, 21), QTime(11, 7, 59)),
+                                       QLocale(QLocale::English, QLocale::UnitedKingdom));
+    const QStringList rows = rowTexts(r.rows);
+    auto brief = [](const LogRow& row) { return row[0] + ":" + row[1]; };
+    const QString got = QString::number(requests.size()) + ": " + requests.mid(0, 2).join(' ') +
+                        " .. " + requests.mid(qMax(0, requests.size() - 2)).join(' ') + " | " +
+                        (rows.size() > 3 ? brief(r.rows.front()) + " .. " + brief(r.rows.back())
+                                         : rows.join(" ; ")) +
+                        " | " + texts.last() + " | " + finishState(f);
+    QCOMPARE(got, out);
+    QCOMPARE(f.labTime, QString("Time: 21/11/2026 11:00"));  // minutes down to whole tens
+    QCOMPARE(ex.requests.first(), QString("850375AA000D"));
+    QCOMPARE(r.streamed, in[0].isEmpty());
+    QCOMPARE(r.blocksSkipped, int(!r.streamed && in.value(2, "-").isEmpty()));
+    const bool started = r.streamed && !in.value(2).isEmpty();
+    QCOMPARE(ex.written, started ? QList<QByteArray>{QByteArray::fromHex("850356AA000D")}
+                                 : QList<QByteArray>());
+    QCOMPARE(ex.reads, started ? streamReads + 6 : 0);
+    if (started) {
+        // 0.1 s before the start, then 0.2 s a poll; the sixth empty poll in a row ends it.
+        QCOMPARE(ex.waits, QList<float>{0.1f} + QList<float>(ex.reads, 0.2f));
+    } else if (!r.streamed) {
+        QCOMPARE(visible, (QList<bool>{true, false}));
+        QCOMPARE(texts.mid(1).size(), rows.size() + 1);  // emptied first, then set once a row
+    }
 }
 
-int runLogDownloadTest(int argc, char** argv) {
-    LogDownloadTest t;
-    return QTest::qExec(&t, argc, argv);
-}
-
-#include "tst_log_download.moc"
+QTEST_MAIN(DatalogTest)

@@ -1,6 +1,7 @@
 #include "app/condition_page.h"
 
 #include "app/busy_guard.h"
+#include "app/page_parts.h"
 #include "app/profile_editor.h"
 #include "app/protection_page.h"
 #include "app/stages_page.h"
@@ -48,12 +49,6 @@ QString designCaption(int stage) {
     return profile::TransitionCaption(stage, kMaxStages);
 }
 
-QLabel* makeLabel(const QString& text, const QString& name) {
-    auto* l = new QLabel(text);
-    l->setObjectName(name);
-    return l;
-}
-
 }  // namespace
 
 ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowState& state,
@@ -66,7 +61,7 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
     const QString colName = next ? QStringLiteral("LabNext(%1)") : QStringLiteral("LabAny(%1)");
     const int rowBase = next ? 0 : 8;
 
-    Title = makeLabel(next ? QStringLiteral("CONDITIONS OF MOVE TO NEXT STAGE")
+    Title = MakeLabel(next ? QStringLiteral("CONDITIONS OF MOVE TO NEXT STAGE")
                            : QStringLiteral("CONDITIONS OF JUMP TO ANY STAGE"),
                       next ? QStringLiteral("Label3(17)") : QStringLiteral("Label3(19)"));
     QFont bold = Title->font();
@@ -81,7 +76,7 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
     grid->setContentsMargins(6, 6, 6, 6);
 
     for (int slot = 0; slot < kSlotCount; ++slot) {
-        RowLabel[slot] = makeLabel(QString::fromUtf8(kRowCaptions[slot]),
+        RowLabel[slot] = MakeLabel(QString::fromUtf8(kRowCaptions[slot]),
                                    QStringLiteral("Label3(%1)").arg(rowBase + slot));
         RowLabel[slot]->setWordWrap(true);
         RowLabel[slot]->setMinimumWidth(200);
@@ -89,7 +84,7 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
         grid->addWidget(RowLabel[slot], slot + 1, 0);
     }
     if (!next) {
-        TargetLabel = makeLabel(QStringLiteral("Jump to stage"), QStringLiteral("Label3(18)"));
+        TargetLabel = MakeLabel(QStringLiteral("Jump to stage"), QStringLiteral("Label3(18)"));
         grid->addWidget(TargetLabel, kSlotCount + 1, 0);
     }
 
@@ -99,7 +94,7 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
     for (int s = 0; s < kMaxStages; ++s) {
         const int col = 1 + 2 * s;
         LabCol[s] =
-            makeLabel(next ? designCaption(s) : columnCaption(s, kMaxStages), colName.arg(s));
+            MakeLabel(next ? designCaption(s) : columnCaption(s, kMaxStages), colName.arg(s));
         LabCol[s]->setAlignment(Qt::AlignCenter);
         LabCol[s]->setFont(bold);
         grid->addWidget(LabCol[s], 0, col, 1, 2);
@@ -148,22 +143,11 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
     scroll->viewport()->setAutoFillBackground(false);
     gridHost->setAutoFillBackground(false);
 
-    Note = makeLabel(QStringLiteral("Red color means wrong entry or conflict of previous setting "
-                                    ".Recheck just entered setting ."),
-                     next ? QStringLiteral("Label3(16)") : QStringLiteral("Label3(20)"));
-    Note->setWordWrap(true);
-    SetTextColour(Note, kWrongColour);
-
-    CmdOKn = new QPushButton(QStringLiteral("Write page"));
-    CmdOKn->setObjectName(next ? QStringLiteral("CmdOK3") : QStringLiteral("CmdOK4"));
-    CmdOKn->setToolTip(QStringLiteral("Write the conditions to the charger, one frame per stage"));
-    CmdOKn->setMinimumWidth(100);
-    BusyGuard::MarkExchangeStarter(CmdOKn);
-
-    auto* bottom = new QHBoxLayout;
-    bottom->addWidget(Note, 1);
-    bottom->addSpacing(20);
-    bottom->addWidget(CmdOKn, 0, Qt::AlignBottom);
+    Note = MakeWrongEntryNote(next ? QStringLiteral("Label3(16)") : QStringLiteral("Label3(20)"));
+    CmdOKn =
+        MakeWriteButton(next ? QStringLiteral("CmdOK3") : QStringLiteral("CmdOK4"),
+                        QStringLiteral("Write the conditions to the charger, one frame per stage"));
+    QHBoxLayout* bottom = MakePageFooter(Note, CmdOKn);
 
     auto* v = new QVBoxLayout(this);
     v->setContentsMargins(12, 12, 12, 12);

@@ -1,6 +1,7 @@
 #include "app/general_page.h"
 
 #include "app/busy_guard.h"
+#include "app/page_parts.h"
 #include "app/profile_editor.h"
 #include "app/protection_page.h"
 #include "link/codec.h"
@@ -32,12 +33,6 @@ constexpr Field kFields[] = {
     {"Reference temperature for starting derating current :", "\u00B0C  (30-50)"},
 };
 
-QLabel* makeLabel(const QString& text, const QString& name) {
-    auto* l = new QLabel(text);
-    l->setObjectName(name);
-    return l;
-}
-
 }  // namespace
 
 GeneralPage::GeneralPage(ProfileEditor& editor, WindowState& state, QWidget* parent)
@@ -46,7 +41,7 @@ GeneralPage::GeneralPage(ProfileEditor& editor, WindowState& state, QWidget* par
     grid->setHorizontalSpacing(10);
     grid->setVerticalSpacing(10);
 
-    Lab0[1] = makeLabel(QStringLiteral("Nominal bat Voltage :"), QStringLiteral("Lab0(1)"));
+    Lab0[1] = MakeLabel(QStringLiteral("Nominal bat Voltage :"), QStringLiteral("Lab0(1)"));
     Cmb0NV = new QComboBox;
     Cmb0NV->setObjectName(QStringLiteral("Cmb0NV"));
     {
@@ -62,34 +57,24 @@ GeneralPage::GeneralPage(ProfileEditor& editor, WindowState& state, QWidget* par
     for (int i = 1; i <= 5; ++i) {
         const Field& f = kFields[i - 1];
         Lab0[i + 1] =
-            makeLabel(QString::fromUtf8(f.caption), QStringLiteral("Lab0(%1)").arg(i + 1));
+            MakeLabel(QString::fromUtf8(f.caption), QStringLiteral("Lab0(%1)").arg(i + 1));
         Txt0[i] = new QLineEdit;
         Txt0[i]->setObjectName(QStringLiteral("Txt0(%1)").arg(i));
         Txt0[i]->setFixedWidth(90);
         Lab0[i + 1]->setBuddy(Txt0[i]);
-        Lab0[i + 7] = makeLabel(QString::fromUtf8(f.unit), QStringLiteral("Lab0(%1)").arg(i + 7));
+        Lab0[i + 7] = MakeLabel(QString::fromUtf8(f.unit), QStringLiteral("Lab0(%1)").arg(i + 7));
         grid->addWidget(Lab0[i + 1], i, 0);
         grid->addWidget(Txt0[i], i, 1);
         grid->addWidget(Lab0[i + 7], i, 2);
     }
     grid->setColumnStretch(3, 1);
 
-    Lab0[13] = makeLabel(QStringLiteral("Red color means wrong entry or conflict of previous "
-                                        "setting .Recheck just entered setting ."),
-                         QStringLiteral("Lab0(13)"));
-    Lab0[13]->setWordWrap(true);
-    SetTextColour(Lab0[13], kWrongColour);
+    Lab0[13] = MakeWrongEntryNote(QStringLiteral("Lab0(13)"));
 
-    CmdOK0 = new QPushButton(QStringLiteral("Write page"));
-    CmdOK0->setObjectName(QStringLiteral("CmdOK0"));
-    CmdOK0->setToolTip(QStringLiteral("Write this page to the charger"));
-    CmdOK0->setMinimumWidth(100);
-    BusyGuard::MarkExchangeStarter(CmdOK0);
+    CmdOK0 =
+        MakeWriteButton(QStringLiteral("CmdOK0"), QStringLiteral("Write this page to the charger"));
 
-    auto* bottom = new QHBoxLayout;
-    bottom->addWidget(Lab0[13], 1);
-    bottom->addSpacing(20);
-    bottom->addWidget(CmdOK0, 0, Qt::AlignBottom);
+    QHBoxLayout* bottom = MakePageFooter(Lab0[13], CmdOK0);
 
     auto* v = new QVBoxLayout(this);
     v->setContentsMargins(20, 20, 20, 16);

@@ -2,6 +2,7 @@
 
 #include "app/busy_guard.h"
 #include "app/log_chart_view.h"
+#include "app/page_parts.h"
 #include "datalog/live_reading.h"
 #include "datalog/log_chart.h"
 #include "datalog/log_csv.h"
@@ -98,12 +99,6 @@ QPushButton* makeButton(const QString& name, const QString& caption) {
     return b;
 }
 
-QLabel* makeLabel(const QString& name, const QString& caption) {
-    auto* l = new QLabel(caption);
-    l->setObjectName(name);
-    return l;
-}
-
 // A focus change that the user made on this window, not a window switch or a popup.
 bool isOwnFocusChange(const QEvent* event) {
     const auto reason = static_cast<const QFocusEvent*>(event)->reason();
@@ -170,15 +165,15 @@ void GetDataPage::buildUi() {
         TxtRow[i]->setFixedWidth(fm.horizontalAdvance(QStringLiteral("000000")) + 16);
         TxtRow[i]->installEventFilter(this);
     }
-    LabelRow[0] = makeLabel(QStringLiteral("LabelRow(0)"), QStringLiteral("from"));
-    LabelRow[1] = makeLabel(QStringLiteral("LabelRow(1)"), QStringLiteral("to"));
+    LabelRow[0] = MakeLabel(QStringLiteral("from"), QStringLiteral("LabelRow(0)"));
+    LabelRow[1] = MakeLabel(QStringLiteral("to"), QStringLiteral("LabelRow(1)"));
     TxtGetDesc = new QLineEdit;
     TxtGetDesc->setObjectName(QStringLiteral("TxtGetDesc"));
     TxtGetDesc->installEventFilter(this);
-    LabelGetDesc = makeLabel(QStringLiteral("LabelGetDesc"), QStringLiteral("Desc"));
+    LabelGetDesc = MakeLabel(QStringLiteral("Desc"), QStringLiteral("LabelGetDesc"));
     LabelGetDesc->setBuddy(TxtGetDesc);
-    LabTime = makeLabel(QStringLiteral("LabTime"), QString());
-    LabDownDisp = makeLabel(QStringLiteral("LabDownDisp"), QString());
+    LabTime = MakeLabel(QString(), QStringLiteral("LabTime"));
+    LabDownDisp = MakeLabel(QString(), QStringLiteral("LabDownDisp"));
     LabDownDisp->setVisible(false);
 
     CmdGetSave = makeButton(QStringLiteral("CmdGetSave"), QStringLiteral("Save"));

@@ -1,6 +1,7 @@
 #include "app/protection_page.h"
 
 #include "app/busy_guard.h"
+#include "app/page_parts.h"
 #include "app/profile_editor.h"
 #include "link/frames.h"
 #include "link/serial_link.h"
@@ -29,12 +30,6 @@ constexpr Field kFields[] = {
     {"Maximum total charging time of all stages :", "H  (4 - 24)"},
 };
 
-QLabel* makeLabel(const QString& text, const QString& name) {
-    auto* l = new QLabel(text);
-    l->setObjectName(name);
-    return l;
-}
-
 }  // namespace
 
 ProtectionPage::ProtectionPage(ProfileEditor& editor, WindowState& state, QWidget* parent)
@@ -44,13 +39,13 @@ ProtectionPage::ProtectionPage(ProfileEditor& editor, WindowState& state, QWidge
     grid->setVerticalSpacing(10);
     for (int k = 0; k < 5; ++k) {
         Lab1[k + 1] =
-            makeLabel(QString::fromUtf8(kFields[k].caption), QStringLiteral("Lab1(%1)").arg(k + 1));
+            MakeLabel(QString::fromUtf8(kFields[k].caption), QStringLiteral("Lab1(%1)").arg(k + 1));
         Txt1[k] = new QLineEdit;
         Txt1[k]->setObjectName(QStringLiteral("Txt1(%1)").arg(k));
         Txt1[k]->setFixedWidth(90);
         Lab1[k + 1]->setBuddy(Txt1[k]);
         Lab1[k + 6] =
-            makeLabel(QString::fromUtf8(kFields[k].unit), QStringLiteral("Lab1(%1)").arg(k + 6));
+            MakeLabel(QString::fromUtf8(kFields[k].unit), QStringLiteral("Lab1(%1)").arg(k + 6));
         grid->addWidget(Lab1[k + 1], k, 0);
         grid->addWidget(Txt1[k], k, 1);
         grid->addWidget(Lab1[k + 6], k, 2);
@@ -60,22 +55,12 @@ ProtectionPage::ProtectionPage(ProfileEditor& editor, WindowState& state, QWidge
     Txt1[3]->setToolTip(QStringLiteral("Not sent: the charger always receives FF"));
     grid->setColumnStretch(3, 1);
 
-    Lab1[11] = makeLabel(QStringLiteral("Red color means wrong entry or conflict of previous "
-                                        "setting .Recheck just entered setting ."),
-                         QStringLiteral("Lab1(11)"));
-    Lab1[11]->setWordWrap(true);
-    SetTextColour(Lab1[11], kWrongColour);
+    Lab1[11] = MakeWrongEntryNote(QStringLiteral("Lab1(11)"));
 
-    CmdOK1 = new QPushButton(QStringLiteral("Write page"));
-    CmdOK1->setObjectName(QStringLiteral("CmdOK1"));
-    CmdOK1->setToolTip(QStringLiteral("Write this page to the charger"));
-    CmdOK1->setMinimumWidth(100);
-    BusyGuard::MarkExchangeStarter(CmdOK1);
+    CmdOK1 =
+        MakeWriteButton(QStringLiteral("CmdOK1"), QStringLiteral("Write this page to the charger"));
 
-    auto* bottom = new QHBoxLayout;
-    bottom->addWidget(Lab1[11], 1);
-    bottom->addSpacing(20);
-    bottom->addWidget(CmdOK1, 0, Qt::AlignBottom);
+    QHBoxLayout* bottom = MakePageFooter(Lab1[11], CmdOK1);
 
     auto* v = new QVBoxLayout(this);
     v->setContentsMargins(20, 20, 20, 16);

@@ -2,6 +2,7 @@
 
 #include "app/busy_guard.h"
 #include "app/condition_page.h"
+#include "app/page_parts.h"
 #include "app/profile_editor.h"
 #include "app/protection_page.h"
 #include "link/frames.h"
@@ -15,26 +16,16 @@
 
 namespace zun::app {
 
-namespace {
-
-QLabel* makeLabel(const QString& text, const QString& name) {
-    auto* l = new QLabel(text);
-    l->setObjectName(name);
-    return l;
-}
-
-}  // namespace
-
 StagesPage::StagesPage(ProfileEditor& editor, WindowState& state, QWidget* parent)
     : QWidget(parent), editor_(editor), state_(state) {
     shown_.fill(true);
-    Lab2[0] = makeLabel(QStringLiteral("CHARGE STAGE VOLTAGE & CURRENT SETTING"),
+    Lab2[0] = MakeLabel(QStringLiteral("CHARGE STAGE VOLTAGE & CURRENT SETTING"),
                         QStringLiteral("Lab2(0)"));
     QFont titleFont = Lab2[0]->font();
     titleFont.setBold(true);
     Lab2[0]->setFont(titleFont);
 
-    Lab2[1] = makeLabel(QStringLiteral("Number of stages :"), QStringLiteral("Lab2(1)"));
+    Lab2[1] = MakeLabel(QStringLiteral("Number of stages :"), QStringLiteral("Lab2(1)"));
     Cmb2Total = new QComboBox;
     Cmb2Total->setObjectName(QStringLiteral("Cmb2Total"));
     {
@@ -55,10 +46,10 @@ StagesPage::StagesPage(ProfileEditor& editor, WindowState& state, QWidget* paren
     grid->setVerticalSpacing(8);
     for (int s = 1; s <= profile::kMaxStages; ++s) {
         const int row = s - 1;
-        Lab2[3 * s + 3] = makeLabel(QStringLiteral("Stage %1 :").arg(s),
+        Lab2[3 * s + 3] = MakeLabel(QStringLiteral("Stage %1 :").arg(s),
                                     QStringLiteral("Lab2(%1)").arg(3 * s + 3));
-        Lab2[3 * s + 4] = makeLabel(QStringLiteral("V"), QStringLiteral("Lab2(%1)").arg(3 * s + 4));
-        Lab2[3 * s + 5] = makeLabel(QStringLiteral("A"), QStringLiteral("Lab2(%1)").arg(3 * s + 5));
+        Lab2[3 * s + 4] = MakeLabel(QStringLiteral("V"), QStringLiteral("Lab2(%1)").arg(3 * s + 4));
+        Lab2[3 * s + 5] = MakeLabel(QStringLiteral("A"), QStringLiteral("Lab2(%1)").arg(3 * s + 5));
         for (int k = 0; k < 2; ++k) {
             const int i = 2 * s - 2 + k;
             Txt2[i] = new QLineEdit;
@@ -75,22 +66,12 @@ StagesPage::StagesPage(ProfileEditor& editor, WindowState& state, QWidget* paren
     grid->setColumnMinimumWidth(2, 24);
     grid->setColumnStretch(5, 1);
 
-    Lab2[2] = makeLabel(QStringLiteral("Red color means wrong entry or conflict of previous "
-                                       "setting .Recheck just entered setting ."),
-                        QStringLiteral("Lab2(2)"));
-    Lab2[2]->setWordWrap(true);
-    SetTextColour(Lab2[2], kWrongColour);
+    Lab2[2] = MakeWrongEntryNote(QStringLiteral("Lab2(2)"));
 
-    CmdOK2 = new QPushButton(QStringLiteral("Write page"));
-    CmdOK2->setObjectName(QStringLiteral("CmdOK2"));
-    CmdOK2->setToolTip(QStringLiteral("Write the stages to the charger"));
-    CmdOK2->setMinimumWidth(100);
-    BusyGuard::MarkExchangeStarter(CmdOK2);
+    CmdOK2 = MakeWriteButton(QStringLiteral("CmdOK2"),
+                             QStringLiteral("Write the stages to the charger"));
 
-    auto* bottom = new QHBoxLayout;
-    bottom->addWidget(Lab2[2], 1);
-    bottom->addSpacing(20);
-    bottom->addWidget(CmdOK2, 0, Qt::AlignBottom);
+    QHBoxLayout* bottom = MakePageFooter(Lab2[2], CmdOK2);
 
     auto* v = new QVBoxLayout(this);
     v->setContentsMargins(20, 16, 20, 16);

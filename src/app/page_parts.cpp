@@ -1,0 +1,40 @@
+#include "app/page_parts.h"
+
+#include "app/busy_guard.h"
+#include "app/profile_editor.h"
+
+namespace zun::app {
+
+QLabel* MakeLabel(const QString& text, const QString& name) {
+    auto* l = new QLabel(text);
+    l->setObjectName(name);
+    return l;
+}
+
+QPushButton* MakeWriteButton(const QString& name, const QString& toolTip) {
+    auto* b = new QPushButton(QStringLiteral("Write page"));
+    b->setObjectName(name);
+    b->setToolTip(toolTip);
+    b->setMinimumWidth(100);
+    BusyGuard::MarkExchangeStarter(b);
+    return b;
+}
+
+QLabel* MakeWrongEntryNote(const QString& name) {
+    QLabel* note = MakeLabel(QStringLiteral("Red color means wrong entry or conflict of previous "
+                                            "setting .Recheck just entered setting ."),
+                             name);
+    note->setWordWrap(true);
+    SetTextColour(note, kWrongColour);
+    return note;
+}
+
+QHBoxLayout* MakePageFooter(QLabel* note, QPushButton* write) {
+    auto* bottom = new QHBoxLayout;
+    bottom->addWidget(note, 1);
+    bottom->addSpacing(20);
+    bottom->addWidget(write, 0, Qt::AlignBottom);
+    return bottom;
+}
+
+}  // namespace zun::app

@@ -1,9 +1,13 @@
 #include "app/frm_main.h"
 #include "app/profile_editor.h"
+#include "lang/english_captions.h"
+#include "lang/key_table.h"
 #include "sim/pty_host.h"
 #include "sim/virtual_charger.h"
 
+#include <QAbstractButton>
 #include <QSerialPort>
+#include <QTemporaryDir>
 #include <QtTest>
 
 using namespace zun;
@@ -28,10 +32,14 @@ bool canOpen(const QString& device) {
     return ok;
 }
 
-std::unique_ptr<app::FrmMain> startWindow(const QStringList& devices) {
+std::unique_ptr<app::FrmMain> startWindow(const QStringList& devices, const QString& langDir = {}) {
+    // Keeps the remembered language out of the build folder.
+    static QTemporaryDir scratch;
     app::StartOptions options;
     options.devices = devices;
     options.systemDevices = false;
+    options.languageFolders =
+        lang::LanguageFolders{langDir.isEmpty() ? scratch.path() : langDir, {}, {}};
     auto w = std::make_unique<app::FrmMain>(options);
     w->Form_Load();
     return w;
@@ -40,6 +48,26 @@ std::unique_ptr<app::FrmMain> startWindow(const QStringList& devices) {
 QString labelText(app::FrmMain& w, const char* name) {
     auto* l = w.findChild<QLabel*>(QString::fromLatin1(name));
     return l ? l->text() : QStringLiteral("<missing>");
+}
+
+// The caption a language key writes to, as the window shows it now.
+QString captionOf(app::FrmMain& w, const QString& key) {
+    const auto target = lang::KeyTable::target(key);
+    if (!target) {
+        return QString();
+    }
+    if (target->isTab()) {
+        auto* tabs = w.findChild<QTabWidget*>(target->control);
+        return tabs ? tabs->tabText(target->tab) : QStringLiteral("<missing>");
+    }
+    QWidget* c = w.findChild<QWidget*>(target->control);
+    if (auto* l = qobject_cast<QLabel*>(c)) {
+        return l->text();
+    }
+    if (auto* b = qobject_cast<QAbstractButton*>(c)) {
+        return b->text();
+    }
+    return QStringLiteral("<missing>");
 }
 
 }  // namespace
@@ -57,6 +85,8 @@ private slots:
     void silentSecondPortKeepsTheModelCode();
     void storedSettingsReachTheProfileMemory();
     void title();
+    void designCaptionsAreTheEnglishTexts();
+    void languageChoiceAppliesAndIsRemembered();
     void closingReleasesThePort();
 };
 
@@ -191,6 +221,37 @@ void TestStartup::title() {
     auto w = startWindow({});
     QCOMPARE(w->windowTitle(),
              app::FrmMain::TitleFor(ZUN_VERSION_MAJOR, ZUN_VERSION_MINOR, ZUN_VERSION_PATCH));
+}
+
+void TestStartup::designCaptionsAreTheEnglishTexts() {
+    QTemporaryDir empty;  // English.lang is created empty: the window keeps its own captions
+    auto w = startWindow({}, empty.path());
+    QVERIFY(QFileInfo::exists(empty.filePath("English.lang")));
+    for (const lang::EnglishCaption& c : lang::kEnglishCaptions) {
+        if (lang::KeyTable::target(QString::fromLatin1(c.key))) {
+            QCOMPARE(captionOf(*w, QString::fromLatin1(c.key)), QString::fromUtf8(c.text));
+        }
+    }
+}
+
+void TestStartup::languageChoiceAppliesAndIsRemembered() {
+    QTemporaryDir dir;
+    for (const QString f : {"English.lang", "Deutsch.lang"}) {
+        QVERIFY(QFile::copy(QStringLiteral(ZUN_LANG_DIR "/") + f, dir.filePath(f)));
+    }
+    {
+        auto w = startWindow({}, dir.path());
+        QCOMPARE(w->CmbLang->currentText(), QStringLiteral("English"));
+        w->CmbLang->setCurrentIndex(w->CmbLang->findText(QStringLiteral("Deutsch")));
+        QCOMPARE(captionOf(*w, "010000"), QStringLiteral("Ladeprofil"));
+        QCOMPARE(captionOf(*w, "011000"), QStringLiteral("Allgemeine Einstellungen"));
+        QCOMPARE(captionOf(*w, "020001"), QStringLiteral("Gesamtlaufzeit"));
+    }
+    auto again = startWindow({}, dir.path());
+    QCOMPARE(again->CmbLang->currentText(), QStringLiteral("Deutsch"));
+    QCOMPARE(captionOf(*again, "000000"), QStringLiteral("Anschluss :"));
+    again->CmbLang->setCurrentIndex(again->CmbLang->findText(QStringLiteral("English")));
+    QCOMPARE(captionOf(*again, "010000"), QStringLiteral("Charge Profile"));
 }
 
 void TestStartup::closingReleasesThePort() {

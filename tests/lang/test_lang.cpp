@@ -84,8 +84,8 @@ private slots:
     // Noise never crashes the reader nor sets a caption that no entry explains; real entries
     // among the noise still count.
     void randomBytes() {
-        for (quint32 seed : {1u, 2024u, 0xC0FFEEu}) {
-            QRandomGenerator random(seed);
+        for (quint32 start : {1u, 2024u, 0xC0FFEEu}) {
+            QRandomGenerator random(start);
             QByteArray bytes(64 * 1024, Qt::Uninitialized);
             random.fillRange(reinterpret_cast<quint32*>(bytes.data()), bytes.size() / 4);
             bytes.insert(30000, "\r\n\"020004 Op\xE9n, now\"\r\n");

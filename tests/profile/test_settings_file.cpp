@@ -25,8 +25,8 @@ link::StoredSettings decoded(const QByteArray& image) {
 
 // Random bytes everywhere, except that every condition's type byte is one the pages know
 // (0 none, 1 and, 2 or); other codes cannot be told apart from the value in the profile texts.
-QByteArray randomImage(quint32 seed) {
-    QRandomGenerator gen(seed);
+QByteArray randomImage(quint32 start) {
+    QRandomGenerator gen(start);
     QByteArray image(sim::kImageBytes, '\0');
     for (char& b : image) {
         b = char(gen.bounded(256));
@@ -113,9 +113,9 @@ void TestSettingsFile::roundTrip_data() {
     exact("virtual charger default image", decoded(sim::DefaultSettingsImage()));
     exact("all bytes 00 (temperatures -273)", decoded(QByteArray(sim::kImageBytes, 0)));
     exact("all bytes FF (unset markers)", decoded(QByteArray(sim::kImageBytes, char(0xFF))));
-    for (quint32 seed : {1u, 42u, 4711u}) {
-        exact(qPrintable(QStringLiteral("random image, seed %1").arg(seed)),
-              decoded(randomImage(seed)));
+    for (quint32 start : {1u, 42u, 4711u}) {
+        exact(qPrintable(QStringLiteral("random image %1").arg(start)),
+              decoded(randomImage(start)));
     }
 
     // Box texts that are not plain numbers are saved as the number the window reads from them.

@@ -44,9 +44,9 @@ bool checksumHolds(const QString& hex) {
 }
 
 // "log25": 25 records, not yet wrapped; "wrap5": a full ring whose next slot is 5.
-ChargeLog logOf(const QString& spec) {
-    return spec.startsWith("wrap") ? ChargeLog::Wrapped(spec.mid(4).toInt())
-                                   : ChargeLog::Unwrapped(spec.mid(3).toInt());
+ChargeLog logOf(const QString& kind) {
+    return kind.startsWith("wrap") ? ChargeLog::Wrapped(kind.mid(4).toInt())
+                                   : ChargeLog::Unwrapped(kind.mid(3).toInt());
 }
 
 // A record as the tool reads it: number, charger volts, amps, battery 1 and 2 volts, 0000.

@@ -23,6 +23,7 @@ private slots:
     void scales();
     void curves_data();
     void curves();
+    void timeLabelsNeverOverlap();
 };
 
 inline QStringList rowTexts(const std::vector<zun::datalog::LogRow>& rows) {

@@ -82,3 +82,22 @@ void DatalogTest::curves() {
         QCOMPARE(QRectF(f.left, f.top, f.width(), f.height()), QRectF(25, 30, 140, 45));
     }
 }
+
+void DatalogTest::timeLabelsNeverOverlap() {
+    // 4,320 records across 1,000 units with labels 30 units wide: only every n-th gets one.
+    std::vector<double> centres;
+    for (int i = 0; i < 4320; ++i) {
+        centres.push_back(i * 1000.0 / 4319);
+    }
+    const auto width = [](int j) { return j % 7 == 0 ? 36.0 : 30.0; };
+    const std::vector<int> chosen = ChooseTimeLabels(centres, width, 30.0, 4.0);
+    QVERIFY(chosen.size() > 20 && chosen.size() < 31);
+    QCOMPARE(chosen.front(), 0);
+    for (size_t k = 1; k < chosen.size(); ++k) {
+        const int a = chosen[k - 1];
+        const int b = chosen[k];
+        QVERIFY2(centres[b] - width(b) / 2 > centres[a] + width(a) / 2 + 4.0,
+                 qPrintable(QString("labels %1 and %2 overlap").arg(a).arg(b)));
+    }
+    QCOMPARE(RecordTimeText("Time: 21/11/2026 00:20", 3), QStringLiteral("23:50"));
+}

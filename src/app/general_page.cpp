@@ -19,13 +19,8 @@ namespace zun::app {
 
 namespace {
 
-struct Field {
-    const char* caption;
-    const char* unit;
-};
-
 // Txt0(1)..Txt0(5) in page order.
-constexpr Field kFields[] = {
+constexpr FieldCaption kFields[] = {
     {"Nominal bat Capacity :", "AH  (2-600)"},
     {"Temperature compensation coefficient of battery :", "mV  (10-30)"},
     {"Reference temperature for voltage :", "\u00B0C  (20-30)"},
@@ -37,9 +32,7 @@ constexpr Field kFields[] = {
 
 GeneralPage::GeneralPage(ProfileEditor& editor, WindowState& state, QWidget* parent)
     : QWidget(parent), editor_(editor), state_(state) {
-    auto* grid = new QGridLayout;
-    grid->setHorizontalSpacing(10);
-    grid->setVerticalSpacing(10);
+    QGridLayout* grid = MakeFieldGrid();
 
     Lab0[1] = MakeLabel(QStringLiteral("Nominal bat Voltage :"), QStringLiteral("Lab0(1)"));
     Cmb0NV = new QComboBox;
@@ -55,19 +48,12 @@ GeneralPage::GeneralPage(ProfileEditor& editor, WindowState& state, QWidget* par
     grid->addWidget(Cmb0NV, 0, 1);
 
     for (int i = 1; i <= 5; ++i) {
-        const Field& f = kFields[i - 1];
+        const FieldCaption& f = kFields[i - 1];
         Lab0[i + 1] =
             MakeLabel(QString::fromUtf8(f.caption), QStringLiteral("Lab0(%1)").arg(i + 1));
-        Txt0[i] = new QLineEdit;
-        Txt0[i]->setObjectName(QStringLiteral("Txt0(%1)").arg(i));
-        Txt0[i]->setFixedWidth(90);
-        Lab0[i + 1]->setBuddy(Txt0[i]);
         Lab0[i + 7] = MakeLabel(QString::fromUtf8(f.unit), QStringLiteral("Lab0(%1)").arg(i + 7));
-        grid->addWidget(Lab0[i + 1], i, 0);
-        grid->addWidget(Txt0[i], i, 1);
-        grid->addWidget(Lab0[i + 7], i, 2);
+        Txt0[i] = AddFieldRow(grid, i, Lab0[i + 1], QStringLiteral("Txt0(%1)").arg(i), Lab0[i + 7]);
     }
-    grid->setColumnStretch(3, 1);
 
     Lab0[13] = MakeWrongEntryNote(QStringLiteral("Lab0(13)"));
 

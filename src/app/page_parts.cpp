@@ -11,6 +11,26 @@ QLabel* MakeLabel(const QString& text, const QString& name) {
     return l;
 }
 
+QGridLayout* MakeFieldGrid() {
+    auto* grid = new QGridLayout;
+    grid->setHorizontalSpacing(10);
+    grid->setVerticalSpacing(10);
+    grid->setColumnStretch(3, 1);
+    return grid;
+}
+
+QLineEdit* AddFieldRow(QGridLayout* grid, int row, QLabel* caption, const QString& boxName,
+                       QLabel* unit) {
+    auto* box = new QLineEdit;
+    box->setObjectName(boxName);
+    box->setFixedWidth(90);
+    caption->setBuddy(box);
+    grid->addWidget(caption, row, 0);
+    grid->addWidget(box, row, 1);
+    grid->addWidget(unit, row, 2);
+    return box;
+}
+
 QPushButton* MakeWriteButton(const QString& name, const QString& toolTip) {
     auto* b = new QPushButton(QStringLiteral("Write page"));
     b->setObjectName(name);

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QString>
 
@@ -10,6 +12,19 @@ namespace zun::app {
 // Pieces every settings page is built from, so the pages look and behave alike.
 
 QLabel* MakeLabel(const QString& text, const QString& name);
+
+// Caption and unit label of one settings box.
+struct FieldCaption {
+    const char* caption;
+    const char* unit;
+};
+
+// The caption/box/unit grid of a settings form.
+QGridLayout* MakeFieldGrid();
+
+// One row of that grid: the caption (buddy of the box), a named box and its unit.
+QLineEdit* AddFieldRow(QGridLayout* grid, int row, QLabel* caption, const QString& boxName,
+                       QLabel* unit);
 
 // The page's own write button: starts an exchange, so clicks are held off while one runs.
 QPushButton* MakeWriteButton(const QString& name, const QString& toolTip);

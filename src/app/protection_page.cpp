@@ -16,13 +16,8 @@ namespace zun::app {
 
 namespace {
 
-struct Field {
-    const char* caption;
-    const char* unit;
-};
-
 // Txt1(0)..Txt1(4).
-constexpr Field kFields[] = {
+constexpr FieldCaption kFields[] = {
     {"Bat temperature above :", "C"},
     {"Battery voltage above :", "V"},
     {"Amount of charge above :", "AH"},
@@ -34,26 +29,17 @@ constexpr Field kFields[] = {
 
 ProtectionPage::ProtectionPage(ProfileEditor& editor, WindowState& state, QWidget* parent)
     : QWidget(parent), editor_(editor), state_(state) {
-    auto* grid = new QGridLayout;
-    grid->setHorizontalSpacing(10);
-    grid->setVerticalSpacing(10);
+    QGridLayout* grid = MakeFieldGrid();
     for (int k = 0; k < 5; ++k) {
         Lab1[k + 1] =
             MakeLabel(QString::fromUtf8(kFields[k].caption), QStringLiteral("Lab1(%1)").arg(k + 1));
-        Txt1[k] = new QLineEdit;
-        Txt1[k]->setObjectName(QStringLiteral("Txt1(%1)").arg(k));
-        Txt1[k]->setFixedWidth(90);
-        Lab1[k + 1]->setBuddy(Txt1[k]);
         Lab1[k + 6] =
             MakeLabel(QString::fromUtf8(kFields[k].unit), QStringLiteral("Lab1(%1)").arg(k + 6));
-        grid->addWidget(Lab1[k + 1], k, 0);
-        grid->addWidget(Txt1[k], k, 1);
-        grid->addWidget(Lab1[k + 6], k, 2);
+        Txt1[k] = AddFieldRow(grid, k, Lab1[k + 1], QStringLiteral("Txt1(%1)").arg(k), Lab1[k + 6]);
     }
     Txt1[1]->setToolTip(QStringLiteral("Follows the nominal battery voltage"));
     Txt1[2]->setToolTip(QStringLiteral("Not sent: the charger always receives FFFF"));
     Txt1[3]->setToolTip(QStringLiteral("Not sent: the charger always receives FF"));
-    grid->setColumnStretch(3, 1);
 
     Lab1[11] = MakeWrongEntryNote(QStringLiteral("Lab1(11)"));
 

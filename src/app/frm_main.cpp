@@ -113,6 +113,11 @@ void FrmMain::buildUi() {
     auto* settingsActions = new SettingsActions(this);
     settingsActions->AddTo(menuBar()->addMenu(tr("Settings")));
 
+    // An unplugged adapter: say so at once rather than at the next port choice.
+    connect(&link_, &link::SerialLink::portLost, this, [this] {
+        Label0_1->setText(QStringLiteral("No Connection"));
+        setLabelColour(Label0_1, kRed);
+    });
     connect(CboPort, &QComboBox::activated, this, [this] { CboPort_Click(); });
     connect(Tab1, &QTabWidget::currentChanged, this, &FrmMain::Tab1_Click);
     connect(CmbLang, &QComboBox::currentIndexChanged, this, [this] { LoadLanguage(); });

@@ -1,4 +1,5 @@
 #include "app/frm_main.h"
+#include "app/get_data_page.h"
 #include "app/profile_editor.h"
 #include "lang/english_captions.h"
 #include "lang/key_table.h"
@@ -88,6 +89,7 @@ private slots:
     void designCaptionsAreTheEnglishTexts();
     void languageChoiceAppliesAndIsRemembered();
     void closingReleasesThePort();
+    void unpluggedAdapterShowsNoConnection();
 };
 
 void TestStartup::findsTheChargerOnTheThirdPort() {
@@ -261,6 +263,18 @@ void TestStartup::closingReleasesThePort() {
     w->show();
     QVERIFY(w->close());
     QVERIFY(canOpen(c.device()));
+}
+
+void TestStartup::unpluggedAdapterShowsNoConnection() {
+    Charger c;
+    auto w = startWindow({c.device()});
+    QCOMPARE(labelText(*w, "Label0(1)"), QStringLiteral("Connection OK"));
+    c.host.stop();
+    auto* runTime = w->findChild<QAbstractButton*>(QStringLiteral("CmdGetOK(0)"));
+    QVERIFY(runTime != nullptr);
+    runTime->click();
+    QTRY_COMPARE(labelText(*w, "Label0(1)"), QStringLiteral("No Connection"));
+    QCOMPARE(w->getDataPage()->TxtGetText(0), QString());
 }
 
 QTEST_MAIN(TestStartup)

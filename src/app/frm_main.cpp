@@ -20,15 +20,8 @@ namespace zun::app {
 
 namespace {
 
-// The window's colour values: 255 is red, 32768 green.
-const QColor kRed(255, 0, 0);
+// The window's colour value 32768; red is kWrongColour (255).
 const QColor kGreen(0, 128, 0);
-
-void setLabelColour(QLabel* label, const QColor& colour) {
-    QPalette p = label->palette();
-    p.setColor(QPalette::WindowText, colour);
-    label->setPalette(p);
-}
 
 void setLabelSystemColour(QLabel* label) {
     label->setPalette(QPalette());
@@ -116,7 +109,7 @@ void FrmMain::buildUi() {
     // An unplugged adapter: say so at once rather than at the next port choice.
     connect(&link_, &link::SerialLink::portLost, this, [this] {
         Label0_1->setText(QStringLiteral("No Connection"));
-        setLabelColour(Label0_1, kRed);
+        SetTextColour(Label0_1, kWrongColour);
     });
     connect(CboPort, &QComboBox::activated, this, [this] { CboPort_Click(); });
     connect(Tab1, &QTabWidget::currentChanged, this, &FrmMain::Tab1_Click);
@@ -134,12 +127,7 @@ QString FrmMain::TitleFor(int major, int minor, int revision) {
 void FrmMain::Form_Load() {
     BusyScope busy(&busy_);
     // Every step is guarded on its own: a failing one is skipped and the load goes on.
-    auto step = [](const auto& fn) {
-        try {
-            fn();
-        } catch (...) {
-        }
-    };
+    auto step = [](const auto& fn) { RunHandler(fn); };
     step([&] {
         Tab1->setCurrentIndex(0);
         editor_->Tab2->setCurrentIndex(0);
@@ -225,7 +213,7 @@ void FrmMain::CboPort_Click() {
         Label1->setText(
             QStringLiteral("Warning : The selected nominal battery voltage must be same as the "
                            "charger's."));
-        setLabelColour(Label1, kRed);
+        SetTextColour(Label1, kWrongColour);
     } else {
         const link::ModelInfo info = link::ModelTable::RatingText(state_.ChargerModel);
         state_.RatedCurrent = info.ratedCurrent;
@@ -237,10 +225,10 @@ void FrmMain::CboPort_Click() {
     const QString reply = link_.SendFrame(link::kSettingsRequest);
     if (reply.size() >= link::kMinSettingsReplyChars) {
         Label0_1->setText(QStringLiteral("Connection OK"));
-        setLabelColour(Label0_1, kGreen);
+        SetTextColour(Label0_1, kGreen);
     } else {
         Label0_1->setText(QStringLiteral("No Connection"));
-        setLabelColour(Label0_1, kRed);
+        SetTextColour(Label0_1, kWrongColour);
     }
     // A failed connection fills both profiles with zeros, as the charger's empty image would.
     link::DecodeStoredSettings(reply, state_.memory.profiles);

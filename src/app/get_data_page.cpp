@@ -567,29 +567,29 @@ QString GetDataPage::exportPath(const QString& suffix, const QString& filter) {
 }
 
 void GetDataPage::CmdExportPdf_Click() {
-    try {
-        const QString path = exportPath(QStringLiteral("pdf"), QStringLiteral("PDF (*.pdf)"));
-        if (path.isEmpty()) {
-            return;
-        }
-        const datalog::ChartData data{table_, chargeAh_, LabTime->text(), TxtGetDesc->text()};
-        const datalog::FileResult r = datalog::ExportChartPdf(data, path);
-        if (!r.ok) {
-            tellError(QStringLiteral("The chart was not exported to '%1': %2")
-                          .arg(QDir::toNativeSeparators(path), r.error));
-        }
-    } catch (...) {
-    }
+    exportChart(QStringLiteral("pdf"), QStringLiteral("PDF (*.pdf)"),
+                [](const datalog::ChartData& data, const QString& path) {
+                    return datalog::ExportChartPdf(data, path);
+                });
 }
 
 void GetDataPage::CmdExportPng_Click() {
+    exportChart(QStringLiteral("png"), QStringLiteral("PNG (*.png)"),
+                [](const datalog::ChartData& data, const QString& path) {
+                    return datalog::SaveChartPng(data, exportImageSize(), path);
+                });
+}
+
+void GetDataPage::exportChart(
+    const QString& suffix, const QString& filter,
+    const std::function<datalog::FileResult(const datalog::ChartData&, const QString&)>& write) {
     try {
-        const QString path = exportPath(QStringLiteral("png"), QStringLiteral("PNG (*.png)"));
+        const QString path = exportPath(suffix, filter);
         if (path.isEmpty()) {
             return;
         }
         const datalog::ChartData data{table_, chargeAh_, LabTime->text(), TxtGetDesc->text()};
-        const datalog::FileResult r = datalog::SaveChartPng(data, exportImageSize(), path);
+        const datalog::FileResult r = write(data, path);
         if (!r.ok) {
             tellError(QStringLiteral("The chart was not exported to '%1': %2")
                           .arg(QDir::toNativeSeparators(path), r.error));

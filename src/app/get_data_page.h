@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/window_state.h"
+#include "datalog/log_chart.h"
 #include "datalog/log_table_model.h"
 
 #include <QLabel>
@@ -99,6 +100,10 @@ private:
     void parkFocus();
     void setChartButtons(bool enabled);
     QString exportPath(const QString& suffix, const QString& filter);
+    // Asks for a file name and writes the chart there with write; a failure is shown.
+    void exportChart(
+        const QString& suffix, const QString& filter,
+        const std::function<datalog::FileResult(const datalog::ChartData&, const QString&)>& write);
 
     QString askSaveLogName(const QString& proposedPath);
     QString askOpenLogName(const QString& preset);

@@ -23,6 +23,8 @@
 
 #include <unistd.h>
 
+#include <utility>
+
 namespace zun::cli {
 
 namespace {
@@ -610,33 +612,17 @@ int Chart(const Invocation& inv, FILE* out, FILE* err) {
 
 int RunCommand(const Invocation& inv, FILE* out, FILE* err) {
     try {
+        using Command = int (*)(const Invocation&, FILE*, FILE*);
+        static const std::pair<const char*, Command> kCommands[] = {
+            {"ports", Ports}, {"identify", Identify}, {"settings", Settings},
+            {"write", Write}, {"verify", Verify},     {"runtime", RunTime},
+            {"live", Live},   {"log", Log},           {"chart", Chart},
+        };
         const QString& c = inv.command;
-        if (c == QLatin1String("ports")) {
-            return Ports(inv, out, err);
-        }
-        if (c == QLatin1String("identify")) {
-            return Identify(inv, out, err);
-        }
-        if (c == QLatin1String("settings")) {
-            return Settings(inv, out, err);
-        }
-        if (c == QLatin1String("write")) {
-            return Write(inv, out, err);
-        }
-        if (c == QLatin1String("verify")) {
-            return Verify(inv, out, err);
-        }
-        if (c == QLatin1String("runtime")) {
-            return RunTime(inv, out, err);
-        }
-        if (c == QLatin1String("live")) {
-            return Live(inv, out, err);
-        }
-        if (c == QLatin1String("log")) {
-            return Log(inv, out, err);
-        }
-        if (c == QLatin1String("chart")) {
-            return Chart(inv, out, err);
+        for (const auto& [name, run] : kCommands) {
+            if (c == QLatin1String(name)) {
+                return run(inv, out, err);
+            }
         }
         return fail(err, kExitUsage, QStringLiteral("\"%1\" is not a command").arg(c));
     } catch (const std::exception& e) {

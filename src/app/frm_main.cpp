@@ -217,7 +217,6 @@ void FrmMain::CboPort_Click() {
     } else {
         const link::ModelInfo info = link::ModelTable::RatingText(state_.ChargerModel);
         state_.RatedCurrent = info.ratedCurrent;
-        state_.RatedVoltage = info.ratedVoltage;
         Label1->setText(info.rating);
         setLabelSystemColour(Label1);
     }

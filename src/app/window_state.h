@@ -28,7 +28,6 @@ struct WindowState {
     // The identified charger: empty / 0 until one has answered.
     QString ChargerModel;
     int RatedCurrent = 0;
-    int RatedVoltage = 0;
 
     // Set to "Fail !" by a page write that was not acknowledged; read by the write-all button.
     QString WriteResult;

@@ -61,12 +61,6 @@ struct AnyCondFields {
     std::array<QString, kMaxStages> targetTexts;
 };
 
-// Earlier names of the snapshots, kept while zunctl still uses them.
-using GeneralPage = GeneralFields;
-using ProtectionPage = ProtectionFields;
-using StagesPage = StageFields;
-using AnyCondPage = AnyCondFields;
-
 // 0x51, "850E51" + profile + nominal x100 + capacity + coefficient + ref x10 + derating (1 byte)
 // + derating ref x10 + "000D".
 QString GeneralFrame(const GeneralFields& page);

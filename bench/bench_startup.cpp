@@ -3,6 +3,8 @@
 //   QT_QPA_PLATFORM=offscreen bench_startup [--repeat K]
 #include "app/frm_main.h"
 #include "bench_util.h"
+#include "sim/pty_host.h"
+#include "sim/virtual_charger.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -38,11 +40,15 @@ int main(int argc, char** argv) {
     for (int i = 0; i < repeat; ++i) {
         QTemporaryDir langDir;
         zun::app::StartOptions options;
-        options.demo = true;
         options.systemDevices = false;
         options.languageFolders = zun::lang::LanguageFolders{langDir.path(), {}, {}};
         QElapsedTimer clock;
         clock.start();
+        // As zun --demo composes it: the charger's pty is the first port.
+        zun::sim::VirtualCharger charger;
+        zun::sim::PtyHost host(charger);
+        host.start();
+        options.devices = {host.devicePath()};
         zun::app::FrmMain window(options);
         FirstPaint paint;
         paint.clock = &clock;

@@ -80,4 +80,21 @@ BusyScope::~BusyScope() {
     }
 }
 
+ControlLock::ControlLock(const std::vector<QWidget*>& widgets) {
+    for (QWidget* w : widgets) {
+        if (w != nullptr) {
+            widgets_.emplace_back(w);
+            w->setEnabled(false);
+        }
+    }
+}
+
+ControlLock::~ControlLock() {
+    for (const QPointer<QWidget>& w : widgets_) {
+        if (w) {
+            w->setEnabled(true);
+        }
+    }
+}
+
 }  // namespace zun::app

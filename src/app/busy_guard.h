@@ -5,6 +5,7 @@
 #include <QWidget>
 
 #include <functional>
+#include <vector>
 
 namespace zun::app {
 
@@ -43,6 +44,19 @@ public:
 
 private:
     BusyGuard* guard_;
+};
+
+// Disables controls for its lifetime and enables them again, in the same order, however the
+// scope is left.
+class ControlLock {
+public:
+    explicit ControlLock(const std::vector<QWidget*>& widgets);
+    ~ControlLock();
+    ControlLock(const ControlLock&) = delete;
+    ControlLock& operator=(const ControlLock&) = delete;
+
+private:
+    std::vector<QPointer<QWidget>> widgets_;
 };
 
 }  // namespace zun::app

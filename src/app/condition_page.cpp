@@ -286,52 +286,41 @@ void ConditionPage::Txt_LostFocus(int Index) {
 }
 
 void ConditionPage::CmdOK_Click() {
-    BusyScope scope(state_.busy);
+    state_.session->writePages({pageWrite()});
+}
+
+session::PageWrite ConditionPage::pageWrite() {
+    const bool next = kind_ == ConditionKind::Next;
+    return {next ? profile::Page::Next : profile::Page::Any, [this] { return buildFrames(); },
+            next};
+}
+
+std::optional<QStringList> ConditionPage::buildFrames() {
     const bool next = kind_ == ConditionKind::Next;
     CmdOKn->setEnabled(false);
     const int stages = editor_.stages() ? editor_.stages()->stageCount() : 0;
     const int profileNo = editor_.currentProfile();
     const bool identified = editor_.chargerIdentified();
-
     // Every frame is built before the first is sent: a value that does not fit its field
     // stops the write with nothing sent.
-    std::vector<QString> frames;
+    QStringList built;
     try {
         const profile::ConditionGrid g = grid();
         const profile::AnyCondFields any = next ? profile::AnyCondFields{} : anyPage();
         for (int stage = 0; stage < stages; ++stage) {
-            frames.push_back(next ? profile::NextCondFrame(profileNo, stage, g, identified)
-                                  : profile::AnyCondFrame(profileNo, stage, any, identified));
+            built << (next ? profile::NextCondFrame(profileNo, stage, g, identified)
+                           : profile::AnyCondFrame(profileNo, stage, any, identified));
         }
     } catch (const std::exception& e) {
-        if (next) {
-            state_.WriteResult = QStringLiteral("Fail !");
-        } else {
-            CmdOKn->setEnabled(true);
-        }
         editor_.ShowMessage(QString::fromLatin1(e.what()));
-        return;
+        return std::nullopt;
     }
+    return built;
+}
 
-    const QLatin1String ack(next ? link::kAckNextCond : link::kAckAnyCond);
-    bool success = true;
-    for (const QString& frame : frames) {
-        bool acknowledged = false;
-        for (int attempt = 0; attempt < 3 && !acknowledged; ++attempt) {
-            if (state_.link == nullptr) {
-                break;
-            }
-            state_.link->WaitSeconds(0.1f);
-            acknowledged = state_.link->SendFrame(frame) == ack;
-        }
-        success = success && acknowledged;
-    }
-    if (next) {
-        if (!success) {
-            state_.WriteResult = QStringLiteral("Fail !");
-        }
-    } else {
-        // Unanswered stages of this page are accepted silently.
+void ConditionPage::WriteEnded() {
+    // The next-stage page's button stays off until its types are checked again.
+    if (kind_ == ConditionKind::Any) {
         CmdOKn->setEnabled(true);
     }
 }

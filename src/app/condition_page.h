@@ -2,6 +2,7 @@
 
 #include "app/window_state.h"
 #include "profile/page_frames.h"
+#include "session/charger_session.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -36,6 +37,11 @@ public:
     void Txt_KeyUp(int Index, int KeyCode);
     void Txt_LostFocus(int Index);
     void CmdOK_Click();
+    // This page as one step of a write: one frame per stage, built when its turn comes. The
+    // any-stage page's unanswered stages are accepted silently.
+    session::PageWrite pageWrite();
+    // The write of this page has ended, however it went.
+    void WriteEnded();
 
     // The window's names of the same handlers.
     void Cmb3Type_Click(int Index) { CmbType_Click(Index); }
@@ -77,6 +83,7 @@ public:
     QPushButton* CmdOKn = nullptr;                          // CmdOK3 / CmdOK4
 
 private:
+    std::optional<QStringList> buildFrames();
     using MemoryTable = QString& (profile::ProfileMemory::*)(int, int);
     MemoryTable table() const;
     QString columnCaption(int stage, int stageCount) const;

@@ -6,9 +6,8 @@
 #include "app/settings_actions.h"
 #include "link/frames.h"
 #include "link/model_table.h"
+#include "link/serial_link.h"
 #include "link/stored_settings.h"
-#include "sim/pty_host.h"
-#include "sim/virtual_charger.h"
 
 #include <QCloseEvent>
 #include <QHBoxLayout>
@@ -33,31 +32,24 @@ FrmMain::FrmMain(const StartOptions& options, QWidget* parent)
     : QMainWindow(parent),
       options_(options),
       languages_(options.languageFolders.value_or(lang::LanguageFolders::standard())) {
-    state_.link = &link_;
-    state_.busy = &busy_;
-    if (options_.demo) {
-        demoCharger_ = std::make_unique<sim::VirtualCharger>();
-        demoHost_ = std::make_unique<sim::PtyHost>(*demoCharger_);
-        QString error;
-        if (demoHost_->start(&error)) {
-            options_.devices.prepend(demoHost_->devicePath());
-        } else {
-            qWarning("virtual charger not started: %s", qPrintable(error));
-        }
+    std::unique_ptr<link::Exchange> line;
+    if (options_.exchange) {
+        line = options_.exchange();
+    } else {
+        line = std::make_unique<link::SerialLink>();
     }
+    session_ = std::make_unique<session::ChargerSession>(std::move(line));
+    state_.session = session_.get();
+    state_.busy = &busy_;
+    // Busy cursor and held-off clicks for as long as the session talks to the charger.
+    connect(session_.get(), &session::ChargerSession::busyChanged, this,
+            [this](bool busy) { busy ? busy_.enter() : busy_.leave(); });
     ports_ = link::PortList(options_.devices, options_.systemDevices);
     buildUi();
 }
 
 FrmMain::~FrmMain() {
-    link_.close();
-    if (demoHost_) {
-        demoHost_->stop();
-    }
-}
-
-sim::VirtualCharger* FrmMain::demoCharger() const {
-    return demoCharger_.get();
+    session_->close();
 }
 
 void FrmMain::buildUi() {
@@ -107,9 +99,19 @@ void FrmMain::buildUi() {
     settingsActions->AddTo(menuBar()->addMenu(tr("Settings")));
 
     // An unplugged adapter: say so at once rather than at the next port choice.
-    connect(&link_, &link::SerialLink::portLost, this, [this] {
+    connect(session_.get(), &session::ChargerSession::portLost, this, [this] {
         Label0_1->setText(QStringLiteral("No Connection"));
         SetTextColour(Label0_1, kWrongColour);
+    });
+    // The log transfer holds the line: nothing else may start an exchange until it ends.
+    connect(session_.get(), &session::ChargerSession::transferActive, this, [this](bool active) {
+        if (active) {
+            transferLock_.emplace(std::vector<QWidget*>{CboPort});
+            editor_->LockWrites(true);
+        } else {
+            transferLock_.reset();
+            editor_->LockWrites(false);
+        }
     });
     connect(CboPort, &QComboBox::activated, this, [this] { CboPort_Click(); });
     connect(Tab1, &QTabWidget::currentChanged, this, &FrmMain::Tab1_Click);
@@ -134,7 +136,7 @@ void FrmMain::Form_Load() {
     });
     step([&] { fillLanguages(); });
     step([&] { editor_->InitPages(); });
-    step([&] { link_.close(); });
+    step([&] { session_->close(); });
     step([&] { discoverPorts(); });
     if (options_.search) {
         step([&] { searchCharger(); });
@@ -160,26 +162,21 @@ void FrmMain::discoverPorts() {
     const QSignalBlocker block(CboPort);
     CboPort->clear();
     for (int n : ports_.numbers()) {
-        link_.setDevice(ports_.deviceFor(n));
-        if (link_.open()) {
+        if (session_->canOpen(ports_.deviceFor(n))) {
             CboPort->addItem(link::PortList::EntryText(n));
             CboPort->setItemData(CboPort->count() - 1, ports_.deviceFor(n), Qt::ToolTipRole);
         }
-        link_.close();
     }
     CboPort->setCurrentIndex(-1);
 }
 
 void FrmMain::searchCharger() {
     for (int i = 0; i < CboPort->count(); ++i) {
-        link_.setDevice(ports_.deviceFor(link::PortList::NumberOf(CboPort->itemText(i))));
-        link_.open();
-        // Only this exact answer, checksum included, identifies the charger.
-        if (link_.SendFrame(link::kRunTimeRequest) == QLatin1String(link::kProbeAnswer)) {
+        const QString device = ports_.deviceFor(link::PortList::NumberOf(CboPort->itemText(i)));
+        if (session_->search({device}).front().charger) {
             selectPort(i);
             return;
         }
-        link_.close();
     }
 }
 
@@ -196,12 +193,11 @@ void FrmMain::CboPort_Click() {
         return;
     }
     BusyScope busy(&busy_);
-    link_.close();
-    link_.setDevice(ports_.deviceFor(link::PortList::NumberOf(CboPort->currentText())));
+    session_->close();
+    session_->setDevice(ports_.deviceFor(link::PortList::NumberOf(CboPort->currentText())));
 
     QComboBox* nv = editor_->nominalVoltage();
-    const QString code =
-        link::ModelTable::ModelCodeFromReply(link_.SendFrame(link::kIdentifyRequest));
+    const QString code = session_->identify();
     if (!code.isEmpty()) {
         state_.ChargerModel = code;
         nv->setCurrentIndex(link::ModelTable::NominalPositionFor(code));
@@ -221,7 +217,8 @@ void FrmMain::CboPort_Click() {
         setLabelSystemColour(Label1);
     }
 
-    const QString reply = link_.SendFrame(link::kSettingsRequest);
+    // A failed connection fills both profiles with zeros, as the charger's empty image would.
+    const QString reply = session_->readSettings(state_.memory.profiles);
     if (reply.size() >= link::kMinSettingsReplyChars) {
         Label0_1->setText(QStringLiteral("Connection OK"));
         SetTextColour(Label0_1, kGreen);
@@ -229,8 +226,6 @@ void FrmMain::CboPort_Click() {
         Label0_1->setText(QStringLiteral("No Connection"));
         SetTextColour(Label0_1, kWrongColour);
     }
-    // A failed connection fills both profiles with zeros, as the charger's empty image would.
-    link::DecodeStoredSettings(reply, state_.memory.profiles);
     editor_->CmbPN_Click();
     lastSettingsReply_ = reply;
     editor_->Cmb0NV_Click();
@@ -271,7 +266,7 @@ void FrmMain::closeEvent(QCloseEvent* event) {
         busy_.whenIdle([this] { QTimer::singleShot(0, this, &QWidget::close); });
         return;
     }
-    link_.close();
+    session_->close();
     event->accept();
 }
 

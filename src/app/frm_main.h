@@ -4,20 +4,16 @@
 #include "app/window_state.h"
 #include "lang/language_catalog.h"
 #include "link/port_list.h"
-#include "link/serial_link.h"
+#include "session/charger_session.h"
 
 #include <QComboBox>
 #include <QLabel>
 #include <QMainWindow>
 #include <QTabWidget>
 
+#include <functional>
 #include <memory>
 #include <optional>
-
-namespace zun::sim {
-class PtyHost;
-class VirtualCharger;
-}  // namespace zun::sim
 
 namespace zun::app {
 
@@ -27,10 +23,12 @@ class ProfileEditor;
 struct StartOptions {
     QStringList devices;        // --port, in the order given: Com1, Com2, ...
     bool systemDevices = true;  // also number the system's serial devices after them
-    bool demo = false;          // serve a virtual charger in-process and list it first
     bool search = true;         // run the charger search at start-up
     // Where language files and the remembered language live; the standard folders when unset.
     std::optional<lang::LanguageFolders> languageFolders;
+    // The line to the charger; the serial port when unset. Every listed device opens on any
+    // other exchange, which tests use to talk to a charger in-process.
+    std::function<std::unique_ptr<link::Exchange>()> exchange;
 };
 
 // The one main window. Start-up, the port list and the connection step live here; the pages
@@ -51,7 +49,7 @@ public:
     WindowState& state() { return state_; }
     ProfileEditor* profileEditor() const { return editor_; }
     GetDataPage* getDataPage() const { return getData_; }
-    sim::VirtualCharger* demoCharger() const;
+    session::ChargerSession& session() { return *session_; }
     QString lastSettingsReply() const { return lastSettingsReply_; }
     bool loaded() const { return loaded_; }
 
@@ -80,7 +78,8 @@ private:
 
     StartOptions options_;
     WindowState state_;
-    link::SerialLink link_;
+    std::unique_ptr<session::ChargerSession> session_;
+    std::optional<ControlLock> transferLock_;
     link::PortList ports_;
     lang::LanguageCatalog languages_;
     BusyGuard busy_;
@@ -88,8 +87,6 @@ private:
     GetDataPage* getData_ = nullptr;
     QString lastSettingsReply_;
     bool loaded_ = false;
-    std::unique_ptr<sim::VirtualCharger> demoCharger_;
-    std::unique_ptr<sim::PtyHost> demoHost_;
 };
 
 }  // namespace zun::app

@@ -107,34 +107,37 @@ void GeneralPage::Txt0_LostFocus(int Index) {
 }
 
 void GeneralPage::CmdOK0_Click() {
-    BusyScope scope(state_.busy);
+    state_.session->writePages({pageWrite()});
+}
+
+session::PageWrite GeneralPage::pageWrite() {
+    return {profile::Page::General, [this] { return buildFrames(); }};
+}
+
+std::optional<QStringList> GeneralPage::buildFrames() {
     profile::GeneralFields page;
     page.profile = editor_.currentProfile();
     page.nominalText = Cmb0NV->currentText();
     for (int i = 1; i <= 5; ++i) {
         page.Txt0[i] = Txt0[i]->text();
     }
-    QString frame;
     try {
-        frame = profile::GeneralFrame(page);
+        return QStringList{profile::GeneralFrame(page)};
     } catch (const std::exception& e) {
         // Nothing is sent; the write-all must not report this page as written.
-        state_.WriteResult = QStringLiteral("Fail !");
         editor_.ShowMessage(QString::fromLatin1(e.what()));
-        return;
+        return std::nullopt;
     }
-    const QString reply = state_.link ? state_.link->SendFrame(frame) : QString();
-    if (reply == QLatin1String(link::kAckGeneral)) {
-        const std::optional<int> pos =
-            profile::PositionForNominal(link::TextToSingle(Cmb0NV->currentText()));
-        if (pos) {
-            Cmb0NV->setCurrentIndex(*pos);
-            if (const auto limits = profile::NominalLimits(*pos)) {
-                state_.NominalLimits = *limits;
-            }
+}
+
+void GeneralPage::Acknowledged() {
+    const std::optional<int> pos =
+        profile::PositionForNominal(link::TextToSingle(Cmb0NV->currentText()));
+    if (pos) {
+        Cmb0NV->setCurrentIndex(*pos);
+        if (const auto limits = profile::NominalLimits(*pos)) {
+            state_.NominalLimits = *limits;
         }
-    } else {
-        state_.WriteResult = QStringLiteral("Fail !");
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/window_state.h"
+#include "session/charger_session.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -26,6 +27,10 @@ public:
     void Txt0_KeyUp(int Index, int KeyCode);
     void Txt0_LostFocus(int Index);
     void CmdOK0_Click();
+    // This page as one step of a write; its frame is built from the boxes when its turn comes.
+    session::PageWrite pageWrite();
+    // The charger took the page: the nominal voltage list settles on the value written.
+    void Acknowledged();
 
     QComboBox* Cmb0NV = nullptr;
     std::array<QLineEdit*, 6> Txt0{};  // Txt0(1)..Txt0(5); there is no Txt0(0)
@@ -33,6 +38,7 @@ public:
     QPushButton* CmdOK0 = nullptr;
 
 private:
+    std::optional<QStringList> buildFrames();
     ProfileEditor& editor_;
     WindowState& state_;
 };

@@ -9,8 +9,7 @@
 #include "datalog/log_download.h"
 #include "datalog/log_finish.h"
 #include "datalog/run_time.h"
-#include "link/frames.h"
-#include "link/serial_link.h"
+#include "session/charger_session.h"
 
 #include <QApplication>
 #include <QDateTime>
@@ -41,32 +40,6 @@ namespace {
 constexpr std::array<int, 5> kColumnTwips = {600, 660, 600, 750, 750};
 constexpr double kTwipsPerPixel = 15.0;
 constexpr int kEnterKeyCode = 13;
-
-// Disables controls for its lifetime and enables them again, in the same order, however the
-// scope is left.
-class ControlLock {
-public:
-    explicit ControlLock(const std::vector<QWidget*>& widgets) {
-        for (QWidget* w : widgets) {
-            if (w != nullptr) {
-                widgets_.emplace_back(w);
-                w->setEnabled(false);
-            }
-        }
-    }
-    ~ControlLock() {
-        for (const QPointer<QWidget>& w : widgets_) {
-            if (w) {
-                w->setEnabled(true);
-            }
-        }
-    }
-    ControlLock(const ControlLock&) = delete;
-    ControlLock& operator=(const ControlLock&) = delete;
-
-private:
-    std::vector<QPointer<QWidget>> widgets_;
-};
 
 class FlagScope {
 public:
@@ -110,6 +83,12 @@ bool isOwnFocusChange(const QEvent* event) {
 GetDataPage::GetDataPage(WindowState& state, QWidget* parent)
     : QWidget(parent), state_(state), lastFolder_(QDir::homePath()) {
     buildUi();
+    if (session::ChargerSession* s = state_.session) {
+        connect(s, &session::ChargerSession::progressText, LabDownDisp, &QLabel::setText);
+        connect(s, &session::ChargerSession::progressVisible, LabDownDisp, &QWidget::setVisible);
+        connect(s, &session::ChargerSession::logRow, this,
+                [this](const datalog::LogRow& row) { table_.appendRow(row); });
+    }
 }
 
 void GetDataPage::buildUi() {
@@ -343,33 +322,27 @@ void GetDataPage::CmdGetOK_Click(int Index) {
     QPushButton* button = CmdGetOK[static_cast<size_t>(Index)];
     parkFocus();
     button->setEnabled(false);
-    {
-        BusyScope scope(state_.busy);
-        try {
-            switch (Index) {
-                case 0:
-                    RunTime();
-                    break;
-                case 1:
-                    LiveReading();
-                    break;
-                default:
-                    DataLog();
-                    break;
-            }
-        } catch (...) {
-            // A failing read ends the handler quietly, as the window's handlers do.
+    try {
+        switch (Index) {
+            case 0:
+                RunTime();
+                break;
+            case 1:
+                LiveReading();
+                break;
+            default:
+                DataLog();
+                break;
         }
+    } catch (...) {
+        // A failing read ends the handler quietly, as the window's handlers do.
     }
     button->setEnabled(true);
     button->setFocus(Qt::OtherFocusReason);
 }
 
 void GetDataPage::RunTime() {
-    const QString reply = state_.link != nullptr
-                              ? state_.link->SendFrame(QLatin1String(link::kRunTimeRequest))
-                              : QString();
-    const datalog::RunTimeReading r = datalog::DecodeRunTime(reply);
+    const datalog::RunTimeReading r = state_.session->runTime();
     if (r.outcome == datalog::ReplyOutcome::Clear) {
         setBoxText(0, QString());
     } else if (r.outcome == datalog::ReplyOutcome::Show) {
@@ -378,10 +351,7 @@ void GetDataPage::RunTime() {
 }
 
 void GetDataPage::LiveReading() {
-    const QString reply = state_.link != nullptr
-                              ? state_.link->SendFrame(QLatin1String(link::kLiveRequest))
-                              : QString();
-    const datalog::LiveReading r = datalog::DecodeLiveReading(reply);
+    const datalog::LiveReading r = state_.session->liveReading();
     if (r.outcome == datalog::ReplyOutcome::Clear) {
         setBoxText(1, QString());
     } else if (r.outcome == datalog::ReplyOutcome::Show) {
@@ -392,16 +362,8 @@ void GetDataPage::LiveReading() {
 void GetDataPage::DataLog() {
     TxtRow[0]->clear();
     TxtRow[1]->clear();
-    // Everything that could start another exchange, in the order it is enabled again.
-    QWidget* top = window();
-    std::vector<QWidget*> locked;
-    locked.push_back(top->findChild<QWidget*>(QStringLiteral("CboPort")));
-    for (int i = 0; i < 5; ++i) {
-        locked.push_back(top->findChild<QWidget*>(QStringLiteral("CmdOK%1").arg(i)));
-    }
-    for (QPushButton* b : CmdGetOK) {
-        locked.push_back(b);
-    }
+    // The port list and the write buttons follow the session's transfer signal.
+    std::vector<QWidget*> locked(CmdGetOK.begin(), CmdGetOK.end());
     parkFocus();
     const ControlLock lock(locked);
     DownloadLog();
@@ -418,14 +380,8 @@ void GetDataPage::DownloadLog() {
         // A file opened now would be overwritten by the rows still coming in.
         const ControlLock openLock({CmdGetOpen});
         const FlagScope busy(downloading_);
-        datalog::DownloadProgress progress;
-        progress.text = [this](const QString& text) { LabDownDisp->setText(text); };
-        progress.visible = [this](bool visible) { LabDownDisp->setVisible(visible); };
-        progress.row = [this](const datalog::LogRow& row) { table_.appendRow(row); };
         try {
-            if (state_.link != nullptr) {
-                datalog::DownloadLog(*state_.link, progress);
-            }
+            state_.session->downloadLog();
         } catch (...) {
             // Whatever arrived stays in the table and is finished like a complete log.
         }

@@ -1,5 +1,10 @@
 #include "app/frm_main.h"
 
+#ifdef ZUN_WITH_DEMO
+#include "sim/pty_host.h"
+#include "sim/virtual_charger.h"
+#endif
+
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QTimer>
@@ -34,7 +39,25 @@ int main(int argc, char** argv) {
     zun::app::StartOptions options;
     options.devices = parser.values(port);
     options.systemDevices = !parser.isSet(onlyGiven);
-    options.demo = parser.isSet(demo);
+
+#ifdef ZUN_WITH_DEMO
+    // The demo charger is an ordinary serial device to the window: its pseudo-terminal comes
+    // first in the list, as a --port would.
+    zun::sim::VirtualCharger demoCharger;
+    zun::sim::PtyHost demoHost(demoCharger);
+    if (parser.isSet(demo)) {
+        QString error;
+        if (demoHost.start(&error)) {
+            options.devices.prepend(demoHost.devicePath());
+        } else {
+            qWarning("virtual charger not started: %s", qPrintable(error));
+        }
+    }
+#else
+    if (parser.isSet(demo)) {
+        qWarning("--demo needs a pseudo-terminal, which this system does not offer");
+    }
+#endif
 
     zun::app::FrmMain window(options);
     window.show();

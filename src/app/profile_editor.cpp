@@ -7,6 +7,7 @@
 #include "app/stages_page.h"
 #include "profile/nominal_voltage.h"
 #include "profile/profile_switch.h"
+#include "session/charger_session.h"
 
 #include <QApplication>
 #include <QEvent>
@@ -20,6 +21,8 @@
 #include <QTabBar>
 #include <QTimer>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace zun::app {
 
@@ -213,6 +216,10 @@ ProfileEditor::ProfileEditor(WindowState& state, QWidget* parent) : QWidget(pare
             [this] { RunHandler([this] { Tab2_Click(); }); });
     connect(Check1, &QCheckBox::clicked, this, [this] { RunHandler([this] { Check1_Click(); }); });
     connect(CmdOK, &QPushButton::clicked, this, [this] { RunHandler([this] { CmdOK_Click(); }); });
+    if (state_.session != nullptr) {
+        connect(state_.session, &session::ChargerSession::pageWritten, this,
+                [this](const session::PageResult& r) { RunHandler([&] { PageWritten(r); }); });
+    }
     CheckConsistency();
 }
 
@@ -413,40 +420,60 @@ void ProfileEditor::Check1_Click() {
 
 void ProfileEditor::CmdOK_Click() {
     CmdOK->setEnabled(false);
-    QString outcome;
-    {
-        BusyScope scope(state_.busy);
-        state_.WriteResult.clear();
-        auto failed = [this] { return !state_.WriteResult.isEmpty(); };
-        // The General Setting page only while no charger has fixed the nominal voltage.
-        if (general_->Cmb0NV->isEnabled()) {
-            general_->CmdOK0_Click();
-        }
-        if (!failed()) {
-            protection_->CmdOK1_Click();
-        }
-        if (!failed()) {
-            stages_->CmdOK2_Click();
-        }
-        if (!failed()) {
-            nextCond_->CmdOK3_Click();
-        }
-        if (failed()) {
-            outcome = state_.WriteResult;
-        } else {
-            // The write-all always sends the any-stage conditions empty.
-            for (QComboBox* target : anyCond_->Cmb4SN) {
-                target->setCurrentIndex(-1);
-            }
-            for (QComboBox* type : anyCond_->CmbType) {
-                type->setCurrentIndex(0);
-            }
-            anyCond_->CmdOK4_Click();
-            outcome = QStringLiteral("OK !");
-        }
+    std::vector<session::PageWrite> pages;
+    // The General Setting page only while no charger has fixed the nominal voltage.
+    if (general_->Cmb0NV->isEnabled()) {
+        pages.push_back(general_->pageWrite());
     }
-    ShowMessage(outcome);
+    pages.push_back(protection_->pageWrite());
+    pages.push_back(stages_->pageWrite());
+    pages.push_back(nextCond_->pageWrite());
+    session::PageWrite any = anyCond_->pageWrite();
+    any.frames = [this, build = std::move(any.frames)] {
+        // The write-all always sends the any-stage conditions empty.
+        for (QComboBox* target : anyCond_->Cmb4SN) {
+            target->setCurrentIndex(-1);
+        }
+        for (QComboBox* type : anyCond_->CmbType) {
+            type->setCurrentIndex(0);
+        }
+        return build();
+    };
+    pages.push_back(std::move(any));
+
+    const std::vector<session::PageResult> results = state_.session->writePages(pages);
+    // Whatever becomes of the any-stage page, the write-all counts as done.
+    const bool failed = std::any_of(results.begin(), results.end(), [](const auto& r) {
+        return r.page != profile::Page::Any && (r.outcome == session::PageOutcome::Refused ||
+                                                r.outcome == session::PageOutcome::NotSent);
+    });
+    ShowMessage(failed ? QStringLiteral("Fail !") : QStringLiteral("OK !"));
     CmdOK->setEnabled(true);
+}
+
+void ProfileEditor::PageWritten(const session::PageResult& result) {
+    switch (result.page) {
+        case profile::Page::General:
+            if (result.outcome == session::PageOutcome::Acknowledged) {
+                general_->Acknowledged();
+            }
+            break;
+        case profile::Page::Next:
+            nextCond_->WriteEnded();
+            break;
+        case profile::Page::Any:
+            anyCond_->WriteEnded();
+            break;
+        default:
+            break;
+    }
+}
+
+void ProfileEditor::LockWrites(bool locked) {
+    for (QWidget* b : {general_->CmdOK0, protection_->CmdOK1, stages_->CmdOK2, nextCond_->CmdOKn,
+                       anyCond_->CmdOKn}) {
+        b->setEnabled(!locked);
+    }
 }
 
 void ProfileEditor::CheckConsistency() {

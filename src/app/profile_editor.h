@@ -2,6 +2,7 @@
 
 #include "app/window_state.h"
 #include "profile/consistency_check.h"
+#include "session/charger_session.h"
 
 #include <QCheckBox>
 #include <QColor>
@@ -61,6 +62,10 @@ public:
     void Check1_Click();
     // Writes all pages in turn.
     void CmdOK_Click();
+    // What the window does once the charger has taken (or not) one page of a write.
+    void PageWritten(const session::PageResult& result);
+    // The pages' own write buttons, off while the log transfer holds the line.
+    void LockWrites(bool locked);
     // Recolours the entries that depend on each other and enables CmdOK only when consistent.
     void CheckConsistency();
 

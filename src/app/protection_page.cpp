@@ -84,23 +84,24 @@ void ProtectionPage::Txt1_LostFocus(int Index) {
 }
 
 void ProtectionPage::CmdOK1_Click() {
-    BusyScope scope(state_.busy);
+    state_.session->writePages({pageWrite()});
+}
+
+session::PageWrite ProtectionPage::pageWrite() {
+    return {profile::Page::Protection, [this] { return buildFrames(); }};
+}
+
+std::optional<QStringList> ProtectionPage::buildFrames() {
     profile::ProtectionFields page;
     page.profile = editor_.currentProfile();
     for (int k = 0; k < 5; ++k) {
         page.Txt1[k] = Txt1[k]->text();
     }
-    QString frame;
     try {
-        frame = profile::ProtectionFrame(page);
+        return QStringList{profile::ProtectionFrame(page)};
     } catch (const std::exception& e) {
-        state_.WriteResult = QStringLiteral("Fail !");
         editor_.ShowMessage(QString::fromLatin1(e.what()));
-        return;
-    }
-    const QString reply = state_.link ? state_.link->SendFrame(frame) : QString();
-    if (reply != QLatin1String(link::kAckProtection)) {
-        state_.WriteResult = QStringLiteral("Fail !");
+        return std::nullopt;
     }
 }
 

@@ -5,11 +5,11 @@
 #include "app/profile_editor.h"
 #include "link/codec.h"
 #include "link/frames.h"
-#include "link/serial_link.h"
 #include "profile/page_frames.h"
 #include "profile/profile_switch.h"
 #include "profile/settings_compare.h"
 #include "profile/settings_file.h"
+#include "session/charger_session.h"
 
 #include <QAction>
 #include <QComboBox>
@@ -286,22 +286,17 @@ void SettingsActions::CompareWithCharger() {
         return;
     }
     const int p = window_->profileEditor()->currentProfile();
-    if (p < 0 || p > 1 || state.link == nullptr) {
+    if (p < 0 || p > 1 || state.session == nullptr) {
         show(QStringLiteral("Choose a profile first."));
         return;
     }
-    QString reply;
-    {
-        BusyScope scope(state.busy);
-        reply = state.link->SendFrame(QLatin1String(link::kSettingsRequest));
-    }
+    link::StoredSettings stored;
+    const QString reply = state.session->readSettings(stored);
     ClearMarks();
     if (reply.size() < kFullSettingsChars) {
         show(QStringLiteral("The charger did not send its settings; nothing was compared."));
         return;
     }
-    link::StoredSettings stored;
-    link::DecodeStoredSettings(reply, stored);
     const auto differences = profile::CompareProfiles(PagesProfile(), stored[p], p);
     for (const auto& d : differences) {
         if (QWidget* w = control<QWidget>(d.control)) {

@@ -172,7 +172,14 @@ void StagesPage::Txt2_LostFocus(int Index) {
 }
 
 void StagesPage::CmdOK2_Click() {
-    BusyScope scope(state_.busy);
+    state_.session->writePages({pageWrite()});
+}
+
+session::PageWrite StagesPage::pageWrite() {
+    return {profile::Page::Stages, [this] { return buildFrames(); }};
+}
+
+std::optional<QStringList> StagesPage::buildFrames() {
     profile::StageFields page;
     page.profile = editor_.currentProfile();
     page.stagePosition = Cmb2Total->currentIndex();
@@ -182,23 +189,20 @@ void StagesPage::CmdOK2_Click() {
     try {
         write = profile::StagesFrame(page);
     } catch (const std::exception& e) {
-        state_.WriteResult = QStringLiteral("Fail !");
         editor_.ShowMessage(QString::fromLatin1(e.what()));
-        return;
+        return std::nullopt;
     }
     if (!write.ok()) {
+        // Shown, nothing sent, and a write-all goes on with the next page.
         editor_.ShowMessage(QStringLiteral("Fail !"));
         if (write.failFocus == profile::StagesFocus::Cmb2Total) {
             Cmb2Total->setFocus(Qt::OtherFocusReason);
         } else if (write.txt2Index >= 0 && write.txt2Index < profile::kStageFieldCount) {
             Txt2[write.txt2Index]->setFocus(Qt::OtherFocusReason);
         }
-        return;
+        return QStringList();
     }
-    const QString reply = state_.link ? state_.link->SendFrame(write.frame) : QString();
-    if (reply != QLatin1String(link::kAckStages)) {
-        state_.WriteResult = QStringLiteral("Fail !");
-    }
+    return QStringList{write.frame};
 }
 
 }  // namespace zun::app

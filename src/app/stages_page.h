@@ -2,6 +2,7 @@
 
 #include "app/window_state.h"
 #include "profile/page_frames.h"
+#include "session/charger_session.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -27,6 +28,8 @@ public:
     void Txt2_KeyUp(int Index, int KeyCode);
     void Txt2_LostFocus(int Index);
     void CmdOK2_Click();
+    // This page as one step of a write; its frame is built from the boxes when its turn comes.
+    session::PageWrite pageWrite();
 
     // The number of stages the pages work with (0 while none is chosen).
     int stageCount() const;
@@ -41,6 +44,7 @@ public:
     QPushButton* CmdOK2 = nullptr;
 
 private:
+    std::optional<QStringList> buildFrames();
     ProfileEditor& editor_;
     WindowState& state_;
     std::array<bool, profile::kMaxStages> shown_{};

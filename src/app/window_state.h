@@ -6,8 +6,8 @@
 
 #include <array>
 
-namespace zun::link {
-class SerialLink;
+namespace zun::session {
+class ChargerSession;
 }
 
 namespace zun::app {
@@ -29,10 +29,7 @@ struct WindowState {
     QString ChargerModel;
     int RatedCurrent = 0;
 
-    // Set to "Fail !" by a page write that was not acknowledged; read by the write-all button.
-    QString WriteResult;
-
-    link::SerialLink* link = nullptr;
+    session::ChargerSession* session = nullptr;
     BusyGuard* busy = nullptr;
 };
 

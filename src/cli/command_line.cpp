@@ -177,7 +177,7 @@ int ParseCommandLine(const QStringList& arguments, Invocation& inv, QString* mes
         inv.profile = p.toInt() - 1;
     }
     if (parser.isSet(QStringLiteral("pages")) &&
-        !ParsePages(parser.value(QStringLiteral("pages")), inv.pages, message)) {
+        !profile::ParsePages(parser.value(QStringLiteral("pages")), inv.pages, message)) {
         return kExitUsage;
     }
     if (!inv.model.isEmpty()) {

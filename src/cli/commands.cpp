@@ -21,7 +21,11 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#ifdef Q_OS_WIN
+#include <io.h>
+#else
 #include <unistd.h>
+#endif
 
 #include <utility>
 
@@ -59,9 +63,12 @@ std::vector<int> chosenProfiles(const Invocation& inv) {
     return {0, 1};
 }
 
-int connect(ChargerSession& session, FILE* err) {
+// A session connected to the charger, or an exit code with the message already shown.
+int connect(const PortOptions& options, FILE* err,
+            std::unique_ptr<session::ChargerSession>& session) {
+    session = OpenSession(options, err);
     QString message;
-    const int code = session.connect(&message);
+    const int code = Connect(*session, options, &message);
     if (code != kExitDone) {
         fail(err, code, message);
     }
@@ -69,8 +76,10 @@ int connect(ChargerSession& session, FILE* err) {
 }
 
 // Both stored profiles, or an exit code with the message already shown.
-int readStoredSettings(ChargerSession& session, link::StoredSettings& profiles, FILE* err) {
-    const QString reply = session.SendFrame(QLatin1String(link::kSettingsRequest));
+int readStoredSettings(session::ChargerSession& session, link::StoredSettings& profiles,
+                       FILE* err) {
+    link::StoredSettings decoded;
+    const QString reply = session.readSettings(decoded);
     if (reply.isEmpty()) {
         return fail(err, kExitNoAnswer,
                     QStringLiteral("the charger did not answer the settings "
@@ -82,8 +91,7 @@ int readStoredSettings(ChargerSession& session, link::StoredSettings& profiles, 
                         .arg(reply.size())
                         .arg(kFullSettingsChars));
     }
-    profiles = link::StoredSettings{};
-    link::DecodeStoredSettings(reply, profiles);
+    profiles = decoded;
     return kExitDone;
 }
 
@@ -101,11 +109,16 @@ int readSettingsArgument(const QString& path, profile::SettingsFile& settings, F
 int Ports(const Invocation& inv, FILE* out, FILE* err) {
     const link::PortList ports = PortsFor(inv.port);
     QJsonArray list;
-    ChargerSession session(inv.port, err);
+    const auto session = OpenSession(inv.port, err);
     for (int n : ports.numbers()) {
         const QString device = ports.deviceFor(n);
-        QString status;
-        const bool charger = session.probe(device, &status);
+        const session::ProbeResult r = session->search({device}).front();
+        session->close();
+        const bool charger = r.charger;
+        const QString status = !r.opened    ? r.openError
+                               : r.charger  ? QStringLiteral("charger")
+                               : r.answered ? QStringLiteral("answers, but not as the charger")
+                                            : QStringLiteral("no answer");
         if (inv.json) {
             QJsonObject o;
             o.insert(QStringLiteral("port"), link::PortList::EntryText(n));
@@ -130,16 +143,17 @@ int Ports(const Invocation& inv, FILE* out, FILE* err) {
 // ---- identify ----
 
 int Identify(const Invocation& inv, FILE* out, FILE* err) {
-    ChargerSession session(inv.port, err);
-    if (const int code = connect(session, err)) {
+    std::unique_ptr<session::ChargerSession> session;
+    if (const int code = connect(inv.port, err, session)) {
         return code;
     }
-    const link::ModelInfo info = link::ModelTable::RatingText(session.modelCode());
-    const QString nominal = NominalText(link::ModelTable::NominalPositionFor(session.modelCode()));
+    const link::ModelInfo info = link::ModelTable::RatingText(session->modelCode());
+    const QString nominal =
+        profile::NominalText(link::ModelTable::NominalPositionFor(session->modelCode()));
     if (inv.json) {
         QJsonObject o;
-        o.insert(QStringLiteral("device"), session.device());
-        o.insert(QStringLiteral("model"), session.modelCode());
+        o.insert(QStringLiteral("device"), session->device());
+        o.insert(QStringLiteral("model"), session->modelCode());
         o.insert(QStringLiteral("rating"), info.rating);
         o.insert(QStringLiteral("nominalVoltageV"), nominal.isEmpty()
                                                         ? QJsonValue(QJsonValue::Null)
@@ -147,8 +161,8 @@ int Identify(const Invocation& inv, FILE* out, FILE* err) {
         o.insert(QStringLiteral("ratedCurrentA"), info.ratedCurrent);
         printJson(out, o);
     } else {
-        print(out, QStringLiteral("device: %1").arg(session.device()));
-        print(out, QStringLiteral("model: %1").arg(session.modelCode()));
+        print(out, QStringLiteral("device: %1").arg(session->device()));
+        print(out, QStringLiteral("model: %1").arg(session->modelCode()));
         print(out, info.rating);
         print(out, QStringLiteral("nominal voltage: %1")
                        .arg(nominal.isEmpty() ? QStringLiteral("none") : nominal));
@@ -194,13 +208,13 @@ void printProfile(FILE* out, const link::ProfileSlot& slot, int p) {
 }
 
 int Settings(const Invocation& inv, FILE* out, FILE* err) {
-    ChargerSession session(inv.port, err);
-    if (const int code = connect(session, err)) {
+    std::unique_ptr<session::ChargerSession> session;
+    if (const int code = connect(inv.port, err, session)) {
         return code;
     }
     profile::SettingsFile settings;
-    settings.chargerModel = session.modelCode();
-    if (const int code = readStoredSettings(session, settings.profiles, err)) {
+    settings.chargerModel = session->modelCode();
+    if (const int code = readStoredSettings(*session, settings.profiles, err)) {
         return code;
     }
     QStringList warnings;
@@ -235,52 +249,20 @@ QString replyText(const QString& reply) {
     return reply.isEmpty() ? QStringLiteral("no reply") : QStringLiteral("reply ") + reply;
 }
 
-QString ackFor(Page page) {
-    switch (page) {
-        case Page::General:
-            return QLatin1String(link::kAckGeneral);
-        case Page::Protection:
-            return QLatin1String(link::kAckProtection);
-        case Page::Stages:
-            return QLatin1String(link::kAckStages);
-        case Page::Next:
-            return QLatin1String(link::kAckNextCond);
-        case Page::Any:
-            return QLatin1String(link::kAckAnyCond);
-    }
-    return QString();
-}
-
-// Sends one page as the window does: the condition pages wait 0.1 s before every send and try
-// each stage three times. True when every frame was acknowledged.
-bool sendPage(ChargerSession& session, const PageFrames& page, int p, FILE* out, FILE* err) {
-    const QString ack = ackFor(page.page);
-    const bool perStage = page.page == Page::Next || page.page == Page::Any;
+// What the charger said to each frame of a page that was not acknowledged.
+QString refusal(const session::PageResult& r) {
+    const QString ack = session::ChargerSession::AckFor(r.page);
+    const bool perStage = r.page == profile::Page::Next || r.page == profile::Page::Any;
     QStringList failed;
-    for (int i = 0; i < page.frames.size(); ++i) {
-        QString reply;
-        for (int attempt = 0; attempt < (perStage ? 3 : 1); ++attempt) {
-            if (perStage) {
-                session.WaitSeconds(0.1f);
-            }
-            reply = session.SendFrame(page.frames.at(i));
-            if (reply == ack) {
-                break;
-            }
-        }
-        if (reply != ack) {
-            failed << (perStage ? QStringLiteral("stage %1: %2").arg(i + 1).arg(replyText(reply))
-                                : replyText(reply));
+    for (int i = 0; i < r.replies.size(); ++i) {
+        if (r.replies.at(i) != ack) {
+            failed
+                << (perStage
+                        ? QStringLiteral("stage %1: %2").arg(i + 1).arg(replyText(r.replies.at(i)))
+                        : replyText(r.replies.at(i)));
         }
     }
-    const QString name = QStringLiteral("profile %1 %2").arg(p + 1).arg(PageName(page.page));
-    if (!failed.isEmpty()) {
-        print(err, QStringLiteral("zunctl: %1: the charger did not acknowledge (%2)")
-                       .arg(name, failed.join(QStringLiteral("; "))));
-        return false;
-    }
-    print(out, QStringLiteral("%1: acknowledged").arg(name));
-    return true;
+    return failed.join(QStringLiteral("; "));
 }
 
 int Write(const Invocation& inv, FILE* out, FILE* err) {
@@ -288,15 +270,15 @@ int Write(const Invocation& inv, FILE* out, FILE* err) {
     if (const int code = readSettingsArgument(inv.arguments.first(), settings, err)) {
         return code;
     }
-    ChargerSession session(inv.port, err);
+    std::unique_ptr<session::ChargerSession> session;
     QString model = inv.model;
     if (model.isEmpty()) {
-        if (const int code = connect(session, err)) {
+        if (const int code = connect(inv.port, err, session)) {
             return code;
         }
-        model = session.modelCode();
+        model = session->modelCode();
     }
-    const ChargerContext context = ContextForModel(model);
+    const profile::ChargerContext context = profile::ContextForModel(model);
 
     bool refused = false;
     for (int p : chosenProfiles(inv)) {
@@ -316,11 +298,12 @@ int Write(const Invocation& inv, FILE* out, FILE* err) {
             QStringLiteral("%1: wrong fields; nothing was sent").arg(inv.arguments.first()));
     }
 
-    std::vector<std::pair<int, std::vector<PageFrames>>> plans;
+    std::vector<std::pair<int, std::vector<profile::PageFrames>>> plans;
     try {
         for (int p : chosenProfiles(inv)) {
-            const ProfilePages pages = PagesFor(settings.profiles[p], p, context);
-            plans.emplace_back(p, PlanWrite(pages, inv.pages, !context.modelCode.isEmpty()));
+            const profile::ProfilePages pages = profile::PagesFor(settings.profiles[p], p, context);
+            plans.emplace_back(p,
+                               profile::PlanWrite(pages, inv.pages, !context.modelCode.isEmpty()));
         }
     } catch (const std::exception& e) {
         return fail(err, kExitUsage,
@@ -330,7 +313,7 @@ int Write(const Invocation& inv, FILE* out, FILE* err) {
 
     if (inv.dryRun) {
         for (const auto& [p, plan] : plans) {
-            for (const PageFrames& page : plan) {
+            for (const profile::PageFrames& page : plan) {
                 for (const QString& frame : page.frames) {
                     print(out, frame);
                 }
@@ -338,11 +321,26 @@ int Write(const Invocation& inv, FILE* out, FILE* err) {
         }
         return kExitDone;
     }
+    std::vector<session::PageWrite> writes;
+    std::vector<int> profileOf;
     for (const auto& [p, plan] : plans) {
-        for (const PageFrames& page : plan) {
-            if (!sendPage(session, page, p, out, err)) {
-                return kExitNoAnswer;
-            }
+        for (const profile::PageFrames& page : plan) {
+            const QStringList frames = page.frames;
+            writes.push_back({page.page, [frames] { return std::optional<QStringList>(frames); }});
+            profileOf.push_back(p);
+        }
+    }
+    const std::vector<session::PageResult> results = session->writePages(writes);
+    for (size_t i = 0; i < results.size(); ++i) {
+        const session::PageResult& r = results[i];
+        const QString name =
+            QStringLiteral("profile %1 %2").arg(profileOf[i] + 1).arg(profile::PageName(r.page));
+        if (r.outcome == session::PageOutcome::Acknowledged) {
+            print(out, QStringLiteral("%1: acknowledged").arg(name));
+        } else if (r.outcome == session::PageOutcome::Refused) {
+            print(err, QStringLiteral("zunctl: %1: the charger did not acknowledge (%2)")
+                           .arg(name, refusal(r)));
+            return kExitNoAnswer;
         }
     }
     return kExitDone;
@@ -355,12 +353,12 @@ int Verify(const Invocation& inv, FILE* out, FILE* err) {
     if (const int code = readSettingsArgument(inv.arguments.first(), settings, err)) {
         return code;
     }
-    ChargerSession session(inv.port, err);
-    if (const int code = connect(session, err)) {
+    std::unique_ptr<session::ChargerSession> session;
+    if (const int code = connect(inv.port, err, session)) {
         return code;
     }
     link::StoredSettings stored;
-    if (const int code = readStoredSettings(session, stored, err)) {
+    if (const int code = readStoredSettings(*session, stored, err)) {
         return code;
     }
     std::vector<profile::SettingsDifference> differences;
@@ -396,12 +394,11 @@ int Verify(const Invocation& inv, FILE* out, FILE* err) {
 // ---- runtime, live ----
 
 int RunTime(const Invocation& inv, FILE* out, FILE* err) {
-    ChargerSession session(inv.port, err);
-    if (const int code = connect(session, err)) {
+    std::unique_ptr<session::ChargerSession> session;
+    if (const int code = connect(inv.port, err, session)) {
         return code;
     }
-    const datalog::RunTimeReading r =
-        datalog::DecodeRunTime(session.SendFrame(QLatin1String(link::kRunTimeRequest)));
+    const datalog::RunTimeReading r = session->runTime();
     if (r.outcome != datalog::ReplyOutcome::Show) {
         return fail(err, kExitNoAnswer,
                     r.outcome == datalog::ReplyOutcome::Clear
@@ -420,12 +417,11 @@ int RunTime(const Invocation& inv, FILE* out, FILE* err) {
 }
 
 int Live(const Invocation& inv, FILE* out, FILE* err) {
-    ChargerSession session(inv.port, err);
-    if (const int code = connect(session, err)) {
+    std::unique_ptr<session::ChargerSession> session;
+    if (const int code = connect(inv.port, err, session)) {
         return code;
     }
-    const datalog::LiveReading r =
-        datalog::DecodeLiveReading(session.SendFrame(QLatin1String(link::kLiveRequest)));
+    const datalog::LiveReading r = session->liveReading();
     if (r.outcome != datalog::ReplyOutcome::Show) {
         return fail(err, kExitNoAnswer,
                     r.outcome == datalog::ReplyOutcome::Clear
@@ -454,9 +450,17 @@ int Live(const Invocation& inv, FILE* out, FILE* err) {
 
 // ---- log ----
 
+bool isTerminal(FILE* f) {
+#ifdef Q_OS_WIN
+    return _isatty(_fileno(f)) != 0;
+#else
+    return isatty(fileno(f)) != 0;
+#endif
+}
+
 class ProgressBar {
 public:
-    explicit ProgressBar(FILE* err) : err_(err), tty_(isatty(fileno(err)) != 0) {}
+    explicit ProgressBar(FILE* err) : err_(err), tty_(isTerminal(err)) {}
 
     void setTotal(int total) { total_ = total; }
     void row() {
@@ -514,25 +518,26 @@ private:
 };
 
 int Log(const Invocation& inv, FILE* out, FILE* err) {
-    ChargerSession session(inv.port, err);
-    if (const int code = connect(session, err)) {
+    std::unique_ptr<session::ChargerSession> session;
+    if (const int code = connect(inv.port, err, session)) {
         return code;
     }
     ProgressBar bar(err);
-    session.onReply = [&bar](const QString& frame, const QString& reply) {
-        if (frame == QLatin1String(link::kLogPointerRequest) && !reply.isEmpty()) {
-            const datalog::LogPointer lp = datalog::ParsePointerReply(reply);
-            bar.setTotal(datalog::ProgressTotal(lp.pointer, lp.wrapped));
-        } else if (frame == QLatin1String(link::kRunTimeRequest) && !reply.isEmpty()) {
-            // The streamed transfer expects one record per ten minutes of run time.
-            bar.setTotal(datalog::DecodeRunTime(reply).minutes / 10);
-        }
-    };
-    datalog::DownloadProgress progress;
-    progress.row = [&bar](const datalog::LogRow&) { bar.row(); };
-    const datalog::DownloadResult result = datalog::DownloadLog(session, progress);
+    QObject::connect(
+        session.get(), &session::ChargerSession::replied,
+        [&bar](const QString& frame, const QString& reply) {
+            if (frame == QLatin1String(link::kLogPointerRequest) && !reply.isEmpty()) {
+                const datalog::LogPointer lp = datalog::ParsePointerReply(reply);
+                bar.setTotal(datalog::ProgressTotal(lp.pointer, lp.wrapped));
+            } else if (frame == QLatin1String(link::kRunTimeRequest) && !reply.isEmpty()) {
+                // The streamed transfer expects one record per ten minutes of run time.
+                bar.setTotal(datalog::DecodeRunTime(reply).minutes / 10);
+            }
+        });
+    QObject::connect(session.get(), &session::ChargerSession::logRow,
+                     [&bar](const datalog::LogRow&) { bar.row(); });
+    const datalog::DownloadResult result = session->downloadLog();
     bar.finish();
-    session.onReply = nullptr;
 
     datalog::LogTableModel table;
     table.setRows(result.rows);

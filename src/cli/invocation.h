@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cli/charger_session.h"
-#include "cli/profile_pages.h"
+#include "cli/charger_connection.h"
+#include "profile/profile_pages.h"
 
 #include <QSize>
 #include <QString>
@@ -20,7 +20,7 @@ struct Invocation {
     QStringList arguments;  // positional arguments after the command
     QString output;         // -o
     int profile = -1;       // --profile 1|2 as 0|1; -1 for both
-    std::vector<Page> pages = AllPages();
+    std::vector<profile::Page> pages = profile::AllPages();
     bool dryRun = false;
     QString model;  // --model: dry run without a charger
     QString description;

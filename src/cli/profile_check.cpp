@@ -64,11 +64,11 @@ std::optional<float> storedCondition(int slot, float value, bool identified) {
 
 class Checker {
 public:
-    Checker(const link::ProfileSlot& s, int p, const ChargerContext& c)
+    Checker(const link::ProfileSlot& s, int p, const profile::ChargerContext& c)
         : slot(s),
           profile(p),
           context(c),
-          pages(PagesFor(s, p, c)),
+          pages(profile::PagesFor(s, p, c)),
           limits(profile::VoltageLimitsFor(c.nvPosition)) {}
 
     ProfileCheck run() {
@@ -128,7 +128,7 @@ private:
         if (!position || *position != context.nvPosition) {
             wrong(path, text,
                   QStringLiteral("the charger is a %1 charger")
-                      .arg(NominalText(context.nvPosition)
+                      .arg(profile::NominalText(context.nvPosition)
                                .replace(QStringLiteral("V"), QStringLiteral(" V"))));
         }
     }
@@ -179,7 +179,7 @@ private:
         if (context.nvPosition >= 0 && TextToSingle(slot.protection[1]) != TextToSingle(over)) {
             wrong(profile::ProtectionPath(profile, 1), slot.protection[1],
                   QStringLiteral("follows the nominal voltage: %1 for %2")
-                      .arg(over, NominalText(context.nvPosition)));
+                      .arg(over, profile::NominalText(context.nvPosition)));
         }
     }
 
@@ -198,7 +198,7 @@ private:
         }
         profile::StageContext sc;
         sc.nvPosition = context.nvPosition;
-        sc.nominalText = NominalText(context.nvPosition);
+        sc.nominalText = profile::NominalText(context.nvPosition);
         sc.overVoltage = profile::OverVoltageText(context.nvPosition);
         sc.voltStep = limits.VoltStep;
         sc.ratedCurrent = context.ratedCurrent;
@@ -293,7 +293,7 @@ private:
     void consistency() {
         profile::ConsistencyInput in;
         in.nvPosition = context.nvPosition;
-        in.nominalText = NominalText(context.nvPosition);
+        in.nominalText = profile::NominalText(context.nvPosition);
         in.Txt1_1 = profile::OverVoltageText(context.nvPosition);
         in.Txt1_4 = slot.protection[4];
         in.stagePosition = pages.stages.stagePosition;
@@ -404,8 +404,8 @@ private:
 
     const link::ProfileSlot& slot;
     int profile;
-    ChargerContext context;
-    ProfilePages pages;
+    profile::ChargerContext context;
+    profile::ProfilePages pages;
     profile::VoltageLimits limits;
     ProfileCheck out;
     QSet<QString> seen;
@@ -414,7 +414,7 @@ private:
 }  // namespace
 
 ProfileCheck CheckProfile(const link::ProfileSlot& slot, int profile,
-                          const ChargerContext& context) {
+                          const profile::ChargerContext& context) {
     return Checker(slot, profile, context).run();
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "cli/profile_pages.h"
 #include "link/stored_settings.h"
+#include "profile/profile_pages.h"
 
 #include <QString>
 
@@ -27,6 +27,6 @@ struct ProfileCheck {
 // the charger's, and every value must reach the charger as it stands (a value the charger would
 // store differently, such as 12.5 hours, is wrong).
 ProfileCheck CheckProfile(const link::ProfileSlot& slot, int profile,
-                          const ChargerContext& context);
+                          const profile::ChargerContext& context);
 
 }  // namespace zun::cli

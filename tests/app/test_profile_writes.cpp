@@ -115,10 +115,19 @@ private slots:
         }
         Apply(win, r.settings);
         c.charger.clearRequests();
+        QStringList outcomes;
+        QObject::connect(&win.w->session(), &zun::session::ChargerSession::pageWritten,
+                         [&outcomes](const zun::session::PageResult& p) {
+                             outcomes << zun::profile::PageName(p.page) +
+                                             QString::number(int(p.outcome));
+                         });
         win.find<QPushButton>(r.button)->click();
         QCOMPARE(c.charger.requests(),
                  QString(r.frames).replace("*", kEmpty).remove(' ').split('|'));
-        QCOMPARE(win.state().WriteResult + win.messages.join(' '), QString());
+        QCOMPARE(outcomes.size(), 1);
+        QCOMPARE(outcomes.join(' ') + win.messages.join(' '),
+                 outcomes.first().chopped(1) +
+                     QString::number(int(zun::session::PageOutcome::Acknowledged)));
     }
 
     void writeAll_data() { AddRows(kWriteAll); }

@@ -74,7 +74,7 @@ void TestCliCheck::checkAsTheWindowWould() {
     link::ProfileSlot slot = known::Settings().profiles[profile];
     known::Field(slot, table, entry) = text;
     const cli::ProfileCheck check =
-        cli::CheckProfile(slot, profile, cli::ContextForModel(known::kModel));
+        cli::CheckProfile(slot, profile, profile::ContextForModel(known::kModel));
     QStringList got;
     QStringList all;
     for (const auto* list : {&check.wrong, &check.warnings}) {
@@ -127,8 +127,8 @@ void TestCliCheck::commandLine() {
         return;
     }
     QStringList pages;
-    for (cli::Page p : v.pages) {
-        pages << cli::PageName(p);
+    for (profile::Page p : v.pages) {
+        pages << profile::PageName(p);
     }
     QCOMPARE(QStringList({v.command, v.arguments.join(' '), pages.join(','),
                           QString::number(v.profile + 1), v.dryRun ? "dry run" : "", v.model,

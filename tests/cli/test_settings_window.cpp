@@ -24,8 +24,7 @@ struct Window {
     QStringList messages;
 
     explicit Window(quint16 model = 3120) : sim(model) {
-        w = std::make_unique<app::FrmMain>(
-            app::StartOptions{{sim.device()}, false, false, true, {}});
+        w = std::make_unique<app::FrmMain>(app::StartOptions{{sim.device()}, false, true, {}, {}});
         w->Form_Load();
         actions = w->findChild<app::SettingsActions*>();
         actions->messageHook = [this](const QString& t) { messages << t; };

@@ -8,7 +8,7 @@
 
 #include <vector>
 
-namespace zun::cli {
+namespace zun::profile {
 
 // What the window knows about the connected charger when it checks and writes a profile.
 struct ChargerContext {
@@ -28,11 +28,11 @@ QString NominalText(int nvPosition);
 // position (1 to 4 stages), stage fields beyond the count are empty.
 struct ProfilePages {
     int stageCount = 0;  // StageCountOfText(Cmb2Total.Text)
-    profile::GeneralFields general;
-    profile::ProtectionFields protection;
-    profile::StageFields stages;
-    profile::ConditionGrid next;
-    profile::AnyCondFields any;
+    GeneralFields general;
+    ProtectionFields protection;
+    StageFields stages;
+    ConditionGrid next;
+    AnyCondFields any;
 };
 
 ProfilePages PagesFor(const link::ProfileSlot& slot, int profile, const ChargerContext& context);
@@ -58,4 +58,4 @@ struct PageFrames {
 std::vector<PageFrames> PlanWrite(const ProfilePages& pages, const std::vector<Page>& chosen,
                                   bool chargerIdentified);
 
-}  // namespace zun::cli
+}  // namespace zun::profile

@@ -1,11 +1,11 @@
-#include "cli/profile_pages.h"
+#include "profile/profile_pages.h"
 
 #include "link/model_table.h"
 #include "profile/nominal_voltage.h"
 #include "profile/profile_switch.h"
 #include "profile/stage_layout.h"
 
-namespace zun::cli {
+namespace zun::profile {
 
 namespace {
 
@@ -50,32 +50,31 @@ ProfilePages PagesFor(const link::ProfileSlot& slot, int profile, const ChargerC
         pages.protection.Txt1[k] = slot.protection[k];
     }
     // Txt1(1) is never taken from a profile: the nominal voltage sets it.
-    pages.protection.Txt1[1] = profile::OverVoltageText(context.nvPosition);
+    pages.protection.Txt1[1] = OverVoltageText(context.nvPosition);
 
     pages.stages.profile = profile;
-    const auto position = profile::StageCountPosition(slot.stages[0], kStageListCount);
+    const auto position = StageCountPosition(slot.stages[0], kStageListCount);
     pages.stages.stagePosition = position.value_or(-1);
     pages.stages.stageText = pages.stages.stagePosition >= 0
                                  ? QString::number(pages.stages.stagePosition + 1)
                                  : QString();
-    pages.stageCount = profile::StageCountOfText(pages.stages.stageText);
-    for (int i = 0; i < profile::kStageFieldCount; ++i) {
-        pages.stages.Txt2[i] =
-            profile::StageFieldText(i, slot.stages[i + 1], pages.stages.stageText);
+    pages.stageCount = StageCountOfText(pages.stages.stageText);
+    for (int i = 0; i < kStageFieldCount; ++i) {
+        pages.stages.Txt2[i] = StageFieldText(i, slot.stages[i + 1], pages.stages.stageText);
     }
 
-    for (int c = 0; c < profile::kCellCount; ++c) {
-        pages.next.types[c] = profile::NextCondTypePosition(slot.nextCond[c]).value_or(0);
-        pages.next.texts[c] = profile::CellValueText(slot.nextCond[c]);
-        pages.any.grid.types[c] = profile::AnyCondTypePosition(slot.anyCond[c]).value_or(0);
-        pages.any.grid.texts[c] = profile::CellValueText(slot.anyCond[c]);
+    for (int c = 0; c < kCellCount; ++c) {
+        pages.next.types[c] = NextCondTypePosition(slot.nextCond[c]).value_or(0);
+        pages.next.texts[c] = CellValueText(slot.nextCond[c]);
+        pages.any.grid.types[c] = AnyCondTypePosition(slot.anyCond[c]).value_or(0);
+        pages.any.grid.texts[c] = CellValueText(slot.anyCond[c]);
     }
-    for (int s = 0; s < profile::kMaxStages; ++s) {
-        const QStringList items = profile::TargetItems(s, pages.stageCount);
+    for (int s = 0; s < kMaxStages; ++s) {
+        const QStringList items = TargetItems(s, pages.stageCount);
         // No target is no selection; both go as 00, like target stage 1.
         const auto target = slot.anyTarget[s].trimmed().isEmpty()
                                 ? std::nullopt
-                                : profile::AnyTargetPosition(slot.anyTarget[s], items);
+                                : AnyTargetPosition(slot.anyTarget[s], items);
         pages.any.targetPositions[s] = target.value_or(-1);
         pages.any.targetTexts[s] = target ? items.at(*target) : QString();
     }
@@ -147,13 +146,13 @@ std::vector<PageFrames> PlanWrite(const ProfilePages& pages, const std::vector<P
         f.page = page;
         switch (page) {
             case Page::General:
-                f.frames << profile::GeneralFrame(pages.general);
+                f.frames << GeneralFrame(pages.general);
                 break;
             case Page::Protection:
-                f.frames << profile::ProtectionFrame(pages.protection);
+                f.frames << ProtectionFrame(pages.protection);
                 break;
             case Page::Stages: {
-                const profile::StagesWrite w = profile::StagesFrame(pages.stages);
+                const StagesWrite w = StagesFrame(pages.stages);
                 if (w.ok()) {
                     f.frames << w.frame;
                 }
@@ -161,14 +160,14 @@ std::vector<PageFrames> PlanWrite(const ProfilePages& pages, const std::vector<P
             }
             case Page::Next:
                 for (int s = 0; s < pages.stageCount; ++s) {
-                    f.frames << profile::NextCondFrame(pages.general.profile, s, pages.next,
-                                                       chargerIdentified);
+                    f.frames << NextCondFrame(pages.general.profile, s, pages.next,
+                                              chargerIdentified);
                 }
                 break;
             case Page::Any:
                 for (int s = 0; s < pages.stageCount; ++s) {
-                    f.frames << profile::AnyCondFrame(pages.general.profile, s, pages.any,
-                                                      chargerIdentified);
+                    f.frames << AnyCondFrame(pages.general.profile, s, pages.any,
+                                             chargerIdentified);
                 }
                 break;
         }
@@ -177,4 +176,4 @@ std::vector<PageFrames> PlanWrite(const ProfilePages& pages, const std::vector<P
     return plan;
 }
 
-}  // namespace zun::cli
+}  // namespace zun::profile

@@ -1,0 +1,124 @@
+#include "cli/charger_connection.h"
+
+#include "link/serial_link.h"
+
+#include <QElapsedTimer>
+#include <QRegularExpression>
+
+namespace zun::cli {
+
+namespace {
+
+QString lastErrorNote(const session::ChargerSession& s) {
+    return s.lastError().isEmpty() ? QString() : QStringLiteral(" (%1)").arg(s.lastError());
+}
+
+int identify(session::ChargerSession& s, QString* message, bool searched) {
+    if (!s.identify().isEmpty()) {
+        return kExitDone;
+    }
+    if (searched) {
+        *message = QStringLiteral("%1: the charger did not answer the identification request")
+                       .arg(s.device());
+        return kExitNoAnswer;
+    }
+    *message = QStringLiteral("no charger found: nothing answered on %1%2")
+                   .arg(s.device(), lastErrorNote(s));
+    return kExitNoCharger;
+}
+
+}  // namespace
+
+link::PortList PortsFor(const PortOptions& options) {
+    return link::PortList(options.devices, options.systemDevices);
+}
+
+QString ResolvePort(const QString& port, const link::PortList& ports, QString* error) {
+    static const QRegularExpression comN(QStringLiteral("^com(\\d+)$"),
+                                         QRegularExpression::CaseInsensitiveOption);
+    const QRegularExpressionMatch m = comN.match(port.trimmed());
+    if (!m.hasMatch()) {
+        return port;
+    }
+    const int n = m.captured(1).toInt();
+    const QString device = ports.deviceFor(n);
+    if (device.isEmpty() && error) {
+        *error = QStringLiteral("%1 is not a port here (zunctl ports lists them)").arg(port);
+    }
+    return device;
+}
+
+std::unique_ptr<session::ChargerSession> OpenSession(const PortOptions& options, FILE* err) {
+    auto s = std::make_unique<session::ChargerSession>(std::make_unique<link::SerialLink>());
+    if (options.trace) {
+        auto clock = std::make_shared<QElapsedTimer>();
+        clock->start();
+        auto line = [clock, err](const char* arrow, const QString& text) {
+            fprintf(err, "[%8lld ms] %s %s\n", static_cast<long long>(clock->elapsed()), arrow,
+                    qPrintable(text));
+            fflush(err);
+        };
+        s->setTrace([line](bool sent, const QString& hex) { line(sent ? ">" : "<", hex); });
+        QObject::connect(s.get(), &session::ChargerSession::replied,
+                         [line](const QString&, const QString& reply) {
+                             if (reply.isEmpty()) {
+                                 line("<", QStringLiteral("(no reply)"));
+                             }
+                         });
+    }
+    return s;
+}
+
+int Connect(session::ChargerSession& s, const PortOptions& options, QString* message) {
+    const link::PortList ports = PortsFor(options);
+    if (!options.port.isEmpty()) {
+        QString error;
+        const QString device = ResolvePort(options.port, ports, &error);
+        if (device.isEmpty()) {
+            *message = error;
+            return kExitUsage;
+        }
+        s.setDevice(device);
+        if (!s.open()) {
+            *message = QStringLiteral("%1: %2").arg(device, s.lastError());
+            return kExitNoCharger;
+        }
+        return identify(s, message, false);
+    }
+
+    QStringList devices;
+    for (int n : ports.numbers()) {
+        devices << ports.deviceFor(n);
+    }
+    QStringList tried;
+    QString lastOpened;
+    for (const session::ProbeResult& r : s.search(devices)) {
+        if (r.charger) {
+            return identify(s, message, true);
+        }
+        if (r.opened) {
+            lastOpened = r.device;
+        }
+        const int n = ports.numbers().at(devices.indexOf(r.device));
+        const QString status = !r.opened    ? r.openError
+                               : r.answered ? QStringLiteral("not the charger's answer")
+                                            : QStringLiteral("no answer");
+        tried << QStringLiteral("%1 (%2): %3").arg(link::PortList::EntryText(n), r.device, status);
+    }
+    // As the window does, the last port that could be opened gets the connection step; it
+    // counts only when it answers the identification request.
+    if (!lastOpened.isEmpty()) {
+        s.setDevice(lastOpened);
+        if (s.open() && identify(s, message, false) == kExitDone) {
+            return kExitDone;
+        }
+        s.close();
+    }
+    *message =
+        tried.isEmpty()
+            ? QStringLiteral("no charger found: there are no serial ports")
+            : QStringLiteral("no charger found; tried %1").arg(tried.join(QStringLiteral("; ")));
+    return kExitNoCharger;
+}
+
+}  // namespace zun::cli

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "link/port_list.h"
+#include "session/charger_session.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <cstdio>
+#include <memory>
+
+namespace zun::cli {
+
+// Exit codes of zunctl.
+enum ExitCode : int {
+    kExitDone = 0,
+    kExitNoAnswer = 1,   // the charger did not acknowledge or answer
+    kExitUsage = 2,      // usage or bad input file
+    kExitNoCharger = 3,  // no charger found
+    kExitDiffers = 4,    // verify: the charger holds other settings than the file
+};
+
+struct PortOptions {
+    QString port;               // --port: device path, COMn or ComN; empty: search
+    QStringList devices;        // --device, numbered first
+    bool systemDevices = true;  // without --only-given-ports
+    bool trace = false;         // --trace
+};
+
+// The port numbering zunctl shares with the window.
+link::PortList PortsFor(const PortOptions& options);
+
+// What --port names: a device path, or the device of ComN / COMn in the numbering. Empty with
+// a message when ComN names no port.
+QString ResolvePort(const QString& port, const link::PortList& ports, QString* error);
+
+// A session on the serial line, traced on err with --trace (every frame with milliseconds).
+std::unique_ptr<session::ChargerSession> OpenSession(const PortOptions& options, FILE* err);
+
+// Opens the port given with --port, or searches the numbered ports for the exact probe answer
+// (falling back to the last port that opens, as the window does, when it answers the
+// identification request). Then identifies the charger. Returns kExitDone, kExitUsage,
+// kExitNoCharger or kExitNoAnswer with a message in plain words.
+int Connect(session::ChargerSession& session, const PortOptions& options, QString* message);
+
+}  // namespace zun::cli

@@ -1,0 +1,255 @@
+#include "session/charger_session.h"
+
+#include "link/frames.h"
+#include "link/model_table.h"
+#include "link/serial_link.h"
+
+namespace zun::session {
+
+// Marks the length of one operation; nested operations report busy only once.
+class ChargerSession::Busy {
+public:
+    explicit Busy(ChargerSession& s) : s_(s) {
+        if (s_.depth_++ == 0) {
+            emit s_.busyChanged(true);
+        }
+    }
+    ~Busy() {
+        if (--s_.depth_ == 0) {
+            emit s_.busyChanged(false);
+        }
+    }
+    Busy(const Busy&) = delete;
+    Busy& operator=(const Busy&) = delete;
+
+private:
+    ChargerSession& s_;
+};
+
+// The exchange every operation goes through: it reports each reply and, once a cancel has been
+// requested, sends nothing more, so that a transfer in progress runs out at its next exchange.
+class ChargerSession::Line : public link::Exchange {
+public:
+    explicit Line(ChargerSession& s) : s_(s) {}
+
+    QString SendFrame(const QString& frame) override {
+        if (s_.cancel_) {
+            return QString();
+        }
+        const QString reply = s_.exchange_->SendFrame(frame);
+        emit s_.replied(frame, reply);
+        return reply;
+    }
+    void WaitSeconds(float seconds) override {
+        if (!s_.cancel_) {
+            s_.exchange_->WaitSeconds(seconds);
+        }
+    }
+    bool ResetAndWrite(const QByteArray& bytes) override {
+        return !s_.cancel_ && s_.exchange_->ResetAndWrite(bytes);
+    }
+    QByteArray ReadWaiting() override {
+        return s_.cancel_ ? QByteArray() : s_.exchange_->ReadWaiting();
+    }
+
+private:
+    ChargerSession& s_;
+};
+
+ChargerSession::ChargerSession(std::unique_ptr<link::Exchange> exchange, QObject* parent)
+    : QObject(parent), exchange_(std::move(exchange)), line_(std::make_unique<Line>(*this)) {
+    serial_ = dynamic_cast<link::SerialLink*>(exchange_.get());
+    if (serial_ != nullptr) {
+        connect(serial_, &link::SerialLink::portLost, this, &ChargerSession::portLost);
+    }
+}
+
+ChargerSession::~ChargerSession() {
+    close();
+}
+
+void ChargerSession::setDevice(const QString& device) {
+    device_ = device;
+    if (serial_ != nullptr) {
+        serial_->setDevice(device);
+    }
+}
+
+QString ChargerSession::device() const {
+    return device_;
+}
+
+bool ChargerSession::open() {
+    return serial_ == nullptr || serial_->open();
+}
+
+void ChargerSession::close() {
+    if (serial_ != nullptr) {
+        serial_->close();
+    }
+}
+
+QString ChargerSession::lastError() const {
+    return serial_ != nullptr ? serial_->lastError() : QString();
+}
+
+bool ChargerSession::canOpen(const QString& device) {
+    setDevice(device);
+    const bool ok = open();
+    close();
+    return ok;
+}
+
+void ChargerSession::setTrace(std::function<void(bool, const QString&)> trace) {
+    if (serial_ != nullptr) {
+        serial_->trace = std::move(trace);
+    }
+}
+
+bool ChargerSession::probe() {
+    const Busy busy(*this);
+    return line_->SendFrame(QLatin1String(link::kRunTimeRequest)) ==
+           QLatin1String(link::kProbeAnswer);
+}
+
+std::vector<ProbeResult> ChargerSession::search(const QStringList& devices) {
+    const Busy busy(*this);
+    std::vector<ProbeResult> results;
+    for (const QString& device : devices) {
+        ProbeResult r;
+        r.device = device;
+        setDevice(device);
+        r.opened = open();
+        if (!r.opened) {
+            r.openError = lastError();
+            results.push_back(r);
+            continue;
+        }
+        const QString reply = line_->SendFrame(QLatin1String(link::kRunTimeRequest));
+        r.answered = !reply.isEmpty();
+        r.charger = reply == QLatin1String(link::kProbeAnswer);
+        results.push_back(r);
+        if (r.charger) {
+            break;
+        }
+        close();
+    }
+    return results;
+}
+
+QString ChargerSession::identify() {
+    const Busy busy(*this);
+    const QString code = link::ModelTable::ModelCodeFromReply(
+        line_->SendFrame(QLatin1String(link::kIdentifyRequest)));
+    if (!code.isEmpty()) {
+        modelCode_ = code;
+    }
+    return code;
+}
+
+QString ChargerSession::readSettings(link::StoredSettings& profiles) {
+    const Busy busy(*this);
+    const QString reply = line_->SendFrame(QLatin1String(link::kSettingsRequest));
+    link::DecodeStoredSettings(reply, profiles);
+    return reply;
+}
+
+datalog::RunTimeReading ChargerSession::runTime() {
+    const Busy busy(*this);
+    return datalog::DecodeRunTime(line_->SendFrame(QLatin1String(link::kRunTimeRequest)));
+}
+
+datalog::LiveReading ChargerSession::liveReading() {
+    const Busy busy(*this);
+    return datalog::DecodeLiveReading(line_->SendFrame(QLatin1String(link::kLiveRequest)));
+}
+
+QString ChargerSession::AckFor(profile::Page page) {
+    switch (page) {
+        case profile::Page::General:
+            return QLatin1String(link::kAckGeneral);
+        case profile::Page::Protection:
+            return QLatin1String(link::kAckProtection);
+        case profile::Page::Stages:
+            return QLatin1String(link::kAckStages);
+        case profile::Page::Next:
+            return QLatin1String(link::kAckNextCond);
+        case profile::Page::Any:
+            return QLatin1String(link::kAckAnyCond);
+    }
+    return QString();
+}
+
+PageResult ChargerSession::writePage(const PageWrite& write) {
+    PageResult result;
+    result.page = write.page;
+    const std::optional<QStringList> frames = write.frames ? write.frames() : std::nullopt;
+    if (!frames) {
+        return result;
+    }
+    const QString ack = AckFor(write.page);
+    // The condition pages go one frame per stage, each after a short pause and tried three
+    // times; the charger needs the pause between stage frames.
+    const bool perStage = write.page == profile::Page::Next || write.page == profile::Page::Any;
+    bool acknowledged = true;
+    for (const QString& frame : *frames) {
+        QString reply;
+        for (int attempt = 0; attempt < (perStage ? 3 : 1); ++attempt) {
+            if (perStage) {
+                line_->WaitSeconds(0.1f);
+            }
+            reply = line_->SendFrame(frame);
+            if (reply == ack) {
+                break;
+            }
+        }
+        result.replies << reply;
+        acknowledged = acknowledged && reply == ack;
+    }
+    result.outcome = acknowledged            ? PageOutcome::Acknowledged
+                     : write.mustAcknowledge ? PageOutcome::Refused
+                                             : PageOutcome::Sent;
+    return result;
+}
+
+std::vector<PageResult> ChargerSession::writePages(const std::vector<PageWrite>& pages) {
+    const Busy busy(*this);
+    std::vector<PageResult> results;
+    bool stopped = false;
+    for (const PageWrite& write : pages) {
+        PageResult r;
+        r.page = write.page;
+        if (stopped) {
+            results.push_back(r);
+            continue;
+        }
+        r = writePage(write);
+        stopped = r.outcome == PageOutcome::Refused || r.outcome == PageOutcome::NotSent;
+        results.push_back(r);
+        emit pageWritten(r);
+    }
+    return results;
+}
+
+datalog::DownloadResult ChargerSession::downloadLog() {
+    const Busy busy(*this);
+    cancel_ = false;
+    emit transferActive(true);
+    datalog::DownloadProgress progress;
+    progress.text = [this](const QString& text) { emit progressText(text); };
+    progress.visible = [this](bool visible) { emit progressVisible(visible); };
+    progress.row = [this](const datalog::LogRow& row) { emit logRow(row); };
+    datalog::DownloadResult result;
+    try {
+        result = datalog::DownloadLog(*line_, progress);
+    } catch (...) {
+        emit transferActive(false);
+        cancel_ = false;
+        throw;
+    }
+    emit transferActive(false);
+    cancel_ = false;
+    return result;
+}
+
+}  // namespace zun::session

@@ -72,18 +72,18 @@ void SetBackColour(QWidget* w, const QColor& colour) {
     }
 }
 
-QColor TextColourOf(profile::Mark mark) {
-    switch (mark) {
-        case profile::Mark::Wrong:
-            return kWrongColour;
-        case profile::Mark::RightSystem:
-            return QApplication::palette().color(QPalette::Active, QPalette::ButtonText);
-        case profile::Mark::RightBlack:
-            return QColor(Qt::black);
-        case profile::Mark::Untouched:
-            break;
+QColor TextColourOf(const profile::Finding* finding) {
+    if (finding == nullptr) {
+        return QColor();
     }
-    return QColor();
+    if (finding->wrong()) {
+        return kWrongColour;
+    }
+    const bool black =
+        finding->field == profile::Field::Cmb3Type ||
+        (finding->field == profile::Field::Txt3 && finding->index % profile::kSlotCount == 5);
+    return black ? QColor(Qt::black)
+                 : QApplication::palette().color(QPalette::Active, QPalette::ButtonText);
 }
 
 // GotFocus, LostFocus and KeyUp of the settings boxes.
@@ -499,20 +499,21 @@ void ProfileEditor::CheckConsistency() {
     in.VoltStep = state_.VoltStep;
     in.RatedCurrent = state_.RatedCurrent;
 
+    using profile::Field;
     const profile::ConsistencyVerdict verdict = profile::CheckConsistency(in);
-    SetTextColour(protection_->Txt1[4], TextColourOf(verdict.Txt1_4));
-    if (verdict.Cmb2Total == profile::Mark::Wrong) {
-        SetBackColour(stages_->Cmb2Total, kWrongColour);
-    } else if (verdict.Cmb2Total != profile::Mark::Untouched) {
-        SetBackColour(stages_->Cmb2Total,
-                      QApplication::palette().color(QPalette::Active, QPalette::Base));
+    SetTextColour(protection_->Txt1[4], TextColourOf(verdict.find(Field::Txt1_4)));
+    if (const profile::Finding* count = verdict.find(Field::Cmb2Total)) {
+        // The stage count shows its verdict as its background.
+        SetBackColour(stages_->Cmb2Total, count->wrong() ? kWrongColour
+                                                         : QApplication::palette().color(
+                                                               QPalette::Active, QPalette::Base));
     }
     for (int k = 0; k < profile::kStageFieldCount; ++k) {
-        SetTextColour(stages_->Txt2[k], TextColourOf(verdict.Txt2[k]));
+        SetTextColour(stages_->Txt2[k], TextColourOf(verdict.find(Field::Txt2, k)));
     }
     for (int i = 0; i < profile::kCellCount; ++i) {
-        SetTextColour(nextCond_->Txt[i], TextColourOf(verdict.Txt3[i]));
-        SetTextColour(nextCond_->CmbType[i], TextColourOf(verdict.Cmb3Type[i]));
+        SetTextColour(nextCond_->Txt[i], TextColourOf(verdict.find(Field::Txt3, i)));
+        SetTextColour(nextCond_->CmbType[i], TextColourOf(verdict.find(Field::Cmb3Type, i)));
     }
     CmdOK->setEnabled(verdict.cmdOkEnabled);
     // Through the type handler, as a user's choice would be; the check it runs again finds

@@ -39,8 +39,10 @@ inline const QColor kWrongColour(255, 0, 0);
 void SetTextColour(QWidget* w, const QColor& colour);
 // Background of a text box or combo box, in every colour group.
 void SetBackColour(QWidget* w, const QColor& colour);
-// The colour a consistency mark stands for (an invalid colour for Untouched).
-QColor TextColourOf(profile::Mark mark);
+// The text colour the window gives a control the consistency check judged: red when wrong, else
+// black for the type boxes and the section times, the system colour for the rest. An invalid
+// colour (the control keeps its own) when there is no finding.
+QColor TextColourOf(const profile::Finding* finding);
 
 // The charge-profile area (Tab1 page 0): profile choice, "Atuo set 0", the five settings pages
 // in Tab2 and the write-all button. The pages share the window state and reach each other

@@ -11,7 +11,6 @@
 
 #include <QSet>
 
-#include <cmath>
 #include <optional>
 
 namespace zun::cli {
@@ -307,56 +306,30 @@ private:
         in.VoltStep = limits.VoltStep;
         in.RatedCurrent = context.ratedCurrent;
         const profile::ConsistencyVerdict v = profile::CheckConsistency(in);
-
-        if (v.Txt1_4 == profile::Mark::Wrong) {
+        using profile::Field;
+        auto failed = [&v](Field field, int index = 0) {
+            const profile::Finding* f = v.find(field, index);
+            return f != nullptr && f->wrong() ? f : nullptr;
+        };
+        if (failed(Field::Txt1_4)) {
             wrong(profile::ProtectionPath(profile, 4), slot.protection[4],
                   QStringLiteral("must be 4 to 24 hours"));
         }
-        if (v.Cmb2Total == profile::Mark::Wrong) {
+        if (failed(Field::Cmb2Total)) {
             wrong(profile::StageCountPath(profile), slot.stages[0],
                   QStringLiteral("choose 1 to 4 stages"));
         }
-        const float nominalV = TextToSingle(in.nominalText);
-        const double e = std::pow(2.0, context.nvPosition + 1);
-        const double high = std::min(TextToSingle(in.Txt1_1) - e / 10.0, 8.0 * e);
         for (int k = 0; k < profile::kStageFieldCount; ++k) {
-            if (v.Txt2[k] != profile::Mark::Wrong) {
-                continue;
+            if (const profile::Finding* f = failed(Field::Txt2, k)) {
+                wrong(profile::StagePath(profile, k), in.Txt2[k], explain(*f));
             }
-            wrong(profile::StagePath(profile, k), in.Txt2[k],
-                  k % 2 == 0 ? QStringLiteral("a stage voltage must lie from %1 to %2 V")
-                                   .arg(plain(nominalV), plain(float(high)))
-                             : QStringLiteral("a stage current must lie from 2 to %1 A (the "
-                                              "charger's rating)")
-                                   .arg(context.ratedCurrent));
         }
         for (int c = 0; c < kCellCount; ++c) {
-            const QString valuePath = profile::CellPath(profile, false, c, QStringLiteral("value"));
-            if (v.Txt3[c] == profile::Mark::Wrong) {
-                const int s = c / kSlotCount;
-                switch (c % kSlotCount) {
-                    case 0:
-                        wrong(valuePath, in.Txt3[c],
-                              QStringLiteral("must lie from %1 to %2 V and below the stage "
-                                             "voltage by %3")
-                                  .arg(plain(limits.StageVoltMin), plain(limits.StageVoltMax),
-                                       plain(limits.VoltStep)));
-                        break;
-                    case 4:
-                        wrong(valuePath, in.Txt3[c],
-                              QStringLiteral("must lie from 1 A to the stage current less 1 A "
-                                             "(%1)")
-                                  .arg(plain(TextToSingle(in.Txt2[2 * s + 1]) - 1.0f)));
-                        break;
-                    default:
-                        wrong(valuePath, in.Txt3[c],
-                              QStringLiteral("the section times add up to more than "
-                                             "maxTotalChargingHours (%1 h)")
-                                  .arg(shown(in.Txt1_4)));
-                        break;
-                }
+            if (const profile::Finding* f = failed(Field::Txt3, c)) {
+                wrong(profile::CellPath(profile, false, c, QStringLiteral("value")), in.Txt3[c],
+                      explain(*f));
             }
-            if (v.Cmb3Type[c] == profile::Mark::Wrong) {
+            if (failed(Field::Cmb3Type, c)) {
                 wrong(profile::CellPath(profile, false, c, QStringLiteral("use")),
                       profile::UseName(in.Cmb3Type[c]),
                       QStringLiteral("\"and\" and \"or\" are mixed on this transition"));
@@ -370,19 +343,42 @@ private:
                                  "the page would set it to none"));
         }
         if (!v.cmdOkEnabled && out.wrong.empty()) {
-            const double total = profile::SectionTimeSum(in.Txt3, in.slot5Visible);
-            const double limit = double(TextToSingle(in.Txt1_4) * 60.0f);
-            if (total > limit) {
+            if (const profile::Finding* total = failed(Field::SectionTotal)) {
                 wrong(profile::ProtectionPath(profile, 4), slot.protection[4],
                       QStringLiteral("the next-stage section times add up to %1 minutes, more "
                                      "than %2 minutes")
-                          .arg(total)
-                          .arg(limit));
+                          .arg(total->value)
+                          .arg(total->high));
             } else {
                 wrong(profile::ProfilePath(profile), QString(),
                       QStringLiteral("the profile does not pass the window's consistency "
                                      "check"));
             }
+        }
+    }
+
+    // A failed stage or condition value in plain words, with the limits the check applied.
+    QString explain(const profile::Finding& f) const {
+        switch (f.rule) {
+            case profile::Rule::StageVoltage:
+                return QStringLiteral("a stage voltage must lie from %1 to %2 V")
+                    .arg(plain(float(f.low)), plain(float(f.high)));
+            case profile::Rule::StageCurrent:
+                return QStringLiteral(
+                           "a stage current must lie from 2 to %1 A (the charger's "
+                           "rating)")
+                    .arg(qRound(f.high));
+            case profile::Rule::SwitchVoltage:
+                return QStringLiteral("must lie from %1 to %2 V and below the stage voltage by %3")
+                    .arg(plain(float(f.low)), plain(float(f.high)), plain(float(f.step)));
+            case profile::Rule::SwitchCurrent:
+                return QStringLiteral("must lie from 1 A to the stage current less 1 A (%1)")
+                    .arg(plain(float(f.high)));
+            default:
+                return QStringLiteral(
+                           "the section times add up to more than "
+                           "maxTotalChargingHours (%1 h)")
+                    .arg(shown(slot.protection[4]));
         }
     }
 

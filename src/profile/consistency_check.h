@@ -9,11 +9,34 @@
 
 namespace zun::profile {
 
-// How the check leaves a control. Text boxes: Wrong is text colour 255 (red); RightSystem is the
-// system button-text colour (steps on Txt1, Txt2 and the slot 0/4 cells of Txt3); RightBlack is
-// black (Cmb3Type and the slot-5 cells of Txt3). For Cmb2Total the mark is its background: red
-// or the system window colour. Untouched: the control keeps whatever colour it had.
-enum class Mark { Untouched, Wrong, RightSystem, RightBlack };
+// The rule a field broke, or None for a field judged and found right. Limits are in the
+// window's units: volts, amperes, hours, minutes.
+enum class Rule {
+    None,
+    TotalHours,     // Txt1_4: low..high hours
+    StageCount,     // Cmb2Total: no stage count chosen
+    StageVoltage,   // Txt2 even: low (nominal) .. high (protection less a step, at most 8 x 2^e)
+    StageCurrent,   // Txt2 odd: low .. high (the charger's rating) A
+    SwitchVoltage,  // Txt3 slot 0: low..high V and below the stage voltage by step
+    SwitchCurrent,  // Txt3 slot 4: low A .. high (the stage current less 1 A)
+    SectionTimes,   // Txt3 slot 5, SectionTotal: the section times exceed high minutes
+    AndOrMixed,     // Cmb3Type: "and" and "or" on one transition
+};
+
+// The controls the check judges. SectionTotal is the sum of the section times before the last
+// transition, which makes the profile inconsistent without marking any control.
+enum class Field { Txt1_4, Cmb2Total, Txt2, Txt3, Cmb3Type, SectionTotal };
+
+struct Finding {
+    Field field = Field::Txt1_4;
+    int index = 0;  // within Txt2 / Txt3 / Cmb3Type
+    Rule rule = Rule::None;
+    double value = 0.0;  // what was judged
+    double low = 0.0;
+    double high = 0.0;
+    double step = 0.0;  // SwitchVoltage: the distance below the stage voltage
+    bool wrong() const { return rule != Rule::None; }
+};
 
 // Everything the check reads from the window, as the controls hold it.
 struct ConsistencyInput {
@@ -35,14 +58,14 @@ struct ConsistencyInput {
 
 struct ConsistencyVerdict {
     bool cmdOkEnabled = false;  // CmdOK
-    Mark Txt1_4 = Mark::Untouched;
-    Mark Cmb2Total = Mark::Untouched;
-    std::array<Mark, kStageFieldCount> Txt2{};
-    std::array<Mark, kCellCount> Txt3{};
-    std::array<Mark, kCellCount> Cmb3Type{};
+    // Every field judged, right or wrong; a control without a finding keeps its colour.
+    std::vector<Finding> findings;
     // Cells of slots 1, 2, 3, 6 and 7 on every transition but the last whose type is not
     // "none": the window sets them to position 0 through their normal type handler.
     std::vector<int> resetToNone;
+
+    // The finding of one control; nullptr when the check left it alone.
+    const Finding* find(Field field, int index = 0) const;
 };
 
 // CheckConsistency as a function of the controls. Resetting the listed type boxes changes

@@ -95,19 +95,22 @@ ConsistencyInput consistencyInput(const QString& edits) {
     return in;
 }
 
-// CmdOK "on"/"off", every mark as "control=letter" (U untouched, W wrong, S system colour,
-// B black), the cells reset to "none", and "scan=1" when the type handler's scan finds a mix.
+// CmdOK "on"/"off", every control as "control=letter" (U not judged, W wrong, R right), the
+// cells reset to "none", and "scan=1" when the type handler's scan finds a mix.
 QStringList verdict(const ConsistencyInput& in) {
     const ConsistencyVerdict v = CheckConsistency(in);
-    const auto letter = [](Mark m) { return QString("UWSB").at(int(m)); };
-    QStringList out{v.cmdOkEnabled ? "on" : "off", QString("Txt1_4=") + letter(v.Txt1_4),
-                    QString("Cmb2Total=") + letter(v.Cmb2Total)};
+    const auto letter = [&v](Field field, int index = 0) {
+        const Finding* f = v.find(field, index);
+        return QChar(f == nullptr ? 'U' : f->wrong() ? 'W' : 'R');
+    };
+    QStringList out{v.cmdOkEnabled ? "on" : "off", QString("Txt1_4=") + letter(Field::Txt1_4),
+                    QString("Cmb2Total=") + letter(Field::Cmb2Total)};
     for (int k = 0; k < kStageFieldCount; ++k) {
-        out << QString("Txt2.%1=%2").arg(k).arg(letter(v.Txt2[k]));
+        out << QString("Txt2.%1=%2").arg(k).arg(letter(Field::Txt2, k));
     }
     for (int i = 0; i < kCellCount; ++i) {
-        out << QString("Txt3.%1=%2").arg(i).arg(letter(v.Txt3[i]))
-            << QString("Cmb3Type.%1=%2").arg(i).arg(letter(v.Cmb3Type[i]));
+        out << QString("Txt3.%1=%2").arg(i).arg(letter(Field::Txt3, i))
+            << QString("Cmb3Type.%1=%2").arg(i).arg(letter(Field::Cmb3Type, i));
     }
     QString resets;
     for (int cell : v.resetToNone) {
@@ -115,6 +118,22 @@ QStringList verdict(const ConsistencyInput& in) {
     }
     return out << "reset=" + resets
                << QString("scan=%1").arg(HasTypeConflict(in.Cmb3Type, in.stagePosition + 1));
+}
+
+// The condition cells' findings as text, to compare two verdicts.
+QStringList cellFindings(const ConsistencyVerdict& v) {
+    QStringList out;
+    for (const Finding& f : v.findings) {
+        if (f.field == Field::Txt3 || f.field == Field::Cmb3Type) {
+            out << QString("%1.%2:%3:%4-%5")
+                       .arg(int(f.field))
+                       .arg(f.index)
+                       .arg(int(f.rule))
+                       .arg(f.low)
+                       .arg(f.high);
+        }
+    }
+    return out;
 }
 
 // What a technician or a damaged profile can put into a box: pieces of such texts put together.
@@ -366,47 +385,47 @@ private slots:
     void check_data() {
         columns();
         row({"Txt2.0=14.4"},
-            "on Txt1_4=S Cmb2Total=S Txt2.0=S Txt2.5=S Txt2.6=U Txt3.0=U Txt3.5=B "
-            "Txt3.29=U Cmb3Type.0=B Cmb3Type.21=B Cmb3Type.24=U");
-        row({"Txt2.0=17.9"}, "off Txt2.0=W Txt2.2=S");
+            "on Txt1_4=R Cmb2Total=R Txt2.0=R Txt2.5=R Txt2.6=U Txt3.0=U Txt3.5=R "
+            "Txt3.29=U Cmb3Type.0=R Cmb3Type.21=R Cmb3Type.24=U");
+        row({"Txt2.0=17.9"}, "off Txt2.0=W Txt2.2=R");
         row({"Txt2.2=16.5"}, "off Txt2.2=W");
-        row({"Txt2.2=16"}, "on Txt2.2=S");
+        row({"Txt2.2=16"}, "on Txt2.2=R");
         row({"Txt2.4=11.9"}, "off Txt2.4=W");
         // The step is the double 0.2 here: the single 15.8 lies above 16 - 0.2.
         row({"Txt1_1=16 Txt2.0=15.8"}, "off Txt2.0=W");
-        row({"Txt1_1=16 Txt2.0=15.7"}, "on Txt2.0=S");
+        row({"Txt1_1=16 Txt2.0=15.7"}, "on Txt2.0=R");
         row({"nv=1 Txt1_1=36"}, "off Txt2.0=W Txt2.2=W Txt2.4=W");
         row({"nv=-1"}, "off Txt2.0=W");
         row({"Txt2.1=1.9"}, "off Txt2.1=W");
-        row({"Txt2.1=2 Txt2.3=10"}, "on Txt2.1=S Txt2.3=S");
+        row({"Txt2.1=2 Txt2.3=10"}, "on Txt2.1=R Txt2.3=R");
         row({"Txt2.3=10.5"}, "off Txt2.3=W");
-        row({"rated=0"}, "off Txt2.0=S Txt2.1=W Txt2.3=W Txt2.5=W");
+        row({"rated=0"}, "off Txt2.0=R Txt2.1=W Txt2.3=W Txt2.5=W");
         row({"Txt1_4=3.9"}, "off Txt1_4=W");
-        row({"Txt1_4=4"}, "on Txt1_4=S");
-        row({"Txt1_4=24"}, "on Txt1_4=S");
+        row({"Txt1_4=4"}, "on Txt1_4=R");
+        row({"Txt1_4=24"}, "on Txt1_4=R");
         row({"Txt1_4=24.1"}, "off Txt1_4=W");
         row({"stages=0 type.2=1"}, "off Cmb2Total=W Txt2.0=U Cmb3Type.0=U Txt3.5=U");
         row({"Txt3.5=300 Txt3.13=300 Txt3.21=150 Txt1_4=12"}, "off Txt3.5=W Txt3.21=W");
-        row({"Txt3.5=300 Txt3.13=300 Txt3.21=150 Txt1_4=13"}, "on Txt3.5=B Txt3.21=B");
-        row({"Txt3.5=300 Txt3.13=300 Txt3.21=120 Txt1_4=12"}, "on Txt3.5=B Txt3.21=B");
-        row({"Txt3.5=300 Txt3.13=0 Txt3.21=450 Txt1_4=12"}, "off Txt3.5=W Txt3.13=B");
+        row({"Txt3.5=300 Txt3.13=300 Txt3.21=150 Txt1_4=13"}, "on Txt3.5=R Txt3.21=R");
+        row({"Txt3.5=300 Txt3.13=300 Txt3.21=120 Txt1_4=12"}, "on Txt3.5=R Txt3.21=R");
+        row({"Txt3.5=300 Txt3.13=0 Txt3.21=450 Txt1_4=12"}, "off Txt3.5=W Txt3.13=R");
         // 720.8 fails the sum, but the colouring rounds 360.4 + 360.4 to 720.
-        row({"stages=2 Txt3.5=360.4 Txt3.13=360.4 Txt1_4=12"}, "off Txt3.5=B Txt3.13=B");
+        row({"stages=2 Txt3.5=360.4 Txt3.13=360.4 Txt1_4=12"}, "off Txt3.5=R Txt3.13=R");
         // 721 + 0.5 rounds to 722 (even) after the addition; 0.5 alone would round to 0.
         row({"stages=2 visible=1 Txt3.5=721 Txt3.13=0.5 Txt1_4=12.02"}, "on Txt3.5=W Txt3.13=W");
         row({"visible=2 Txt3.5=300 Txt3.13=300 Txt3.21=150 Txt1_4=12"}, "on Txt3.21=W");
         row({"stages=1 Txt3.5=800 Txt1_4=12"}, "on Txt3.5=W");
         row({"type.0=1 Txt3.0=13 type.4=2 Txt3.4=2"},
-            "off scan=1 Cmb3Type.0=W Cmb3Type.4=W Cmb3Type.5=B Txt3.0=S Txt3.4=S");
-        row({"type.0=1 Txt3.0=13 type.12=2 Txt3.12=2"}, "on scan=0 Cmb3Type.0=B");
+            "off scan=1 Cmb3Type.0=W Cmb3Type.4=W Cmb3Type.5=R Txt3.0=R Txt3.4=R");
+        row({"type.0=1 Txt3.0=13 type.12=2 Txt3.12=2"}, "on scan=0 Cmb3Type.0=R");
         row({"type.16=1 Txt3.16=99 type.21=2"},
-            "off scan=1 Cmb3Type.16=W Cmb3Type.20=B Cmb3Type.21=W Txt3.16=U");
+            "off scan=1 Cmb3Type.16=W Cmb3Type.20=R Cmb3Type.21=W Txt3.16=U");
         row({"type.0=1 Txt3.0=14.3"}, "off Txt3.0=W");
-        row({"type.0=1 Txt3.0=14.2"}, "on Txt3.0=S");
+        row({"type.0=1 Txt3.0=14.2"}, "on Txt3.0=R");
         row({"type.0=2 Txt3.0=11.7"}, "off Txt3.0=W");
         row({"Txt2.2=16 type.8=2 Txt3.8=15.9"}, "off Txt3.8=W");
         row({"type.4=1 Txt3.4=0.9"}, "off Txt3.4=W");
-        row({"type.4=1 Txt3.4=9"}, "on Txt3.4=S");
+        row({"type.4=1 Txt3.4=9"}, "on Txt3.4=R");
         row({"type.12=2 Txt3.12=4.5"}, "off Txt3.12=W");
         row({"type.0=1 Txt3.0=13 type.2=2"}, "on scan=1 Cmb3Type.2=U reset=2");
         row({"type.1=1 type.3=2 type.6=1 type.7=2"}, "on scan=0 reset=1,3,6,7");
@@ -416,11 +435,62 @@ private slots:
         row({"stages=12 type.48=2 type.53=1"}, "off scan=1");
     }
 
+    // The failed rule and the limits it applied, in the window's units: what zunctl explains.
+    void findingLimits_data() {
+        QTest::addColumn<QString>("edits");
+        QTest::addColumn<int>("field");
+        QTest::addColumn<int>("index");
+        QTest::addColumn<QString>("want");  // rule value low..high [step]
+        const int txt2 = int(Field::Txt2);
+        const int txt3 = int(Field::Txt3);
+        const QString sections = "Txt3.5=300 Txt3.13=300 Txt3.21=150 Txt1_4=12";
+        QTest::newRow("stage voltage: 8 x 2 V cap")
+            << "Txt2.0=17.9" << txt2 << 0 << "StageVoltage 17.9 12..16";
+        QTest::newRow("stage voltage: protection less a step")
+            << "nv=1 Txt1_1=30 Txt2.0=30" << txt2 << 0 << "StageVoltage 30 24..29.6";
+        QTest::newRow("stage current: rating")
+            << "Txt2.3=10.5" << txt2 << 3 << "StageCurrent 10.5 2..10";
+        QTest::newRow("stage current: no rating")
+            << "rated=0" << txt2 << 1 << "StageCurrent 10 2..0";
+        QTest::newRow("total hours")
+            << "Txt1_4=24.1" << int(Field::Txt1_4) << 0 << "TotalHours 24.1 4..24";
+        QTest::newRow("switch voltage")
+            << "type.0=1 Txt3.0=14.3" << txt3 << 0 << "SwitchVoltage 14.3 11.8..15.8 0.2";
+        QTest::newRow("switch current, stage 1")
+            << "type.4=1 Txt3.4=0.9" << txt3 << 4 << "SwitchCurrent 0.9 1..9";
+        QTest::newRow("switch current, stage 2")
+            << "type.12=2 Txt3.12=4.5" << txt3 << 12 << "SwitchCurrent 4.5 1..4";
+        QTest::newRow("section time") << sections << txt3 << 5 << "SectionTimes 300 0..720";
+        QTest::newRow("section total")
+            << sections << int(Field::SectionTotal) << 0 << "SectionTimes 750 0..720";
+    }
+
+    void findingLimits() {
+        QFETCH(QString, edits);
+        QFETCH(int, field);
+        QFETCH(int, index);
+        QFETCH(QString, want);
+        static const char* const rules[] = {"None",          "TotalHours",   "StageCount",
+                                            "StageVoltage",  "StageCurrent", "SwitchVoltage",
+                                            "SwitchCurrent", "SectionTimes", "AndOrMixed"};
+        const ConsistencyVerdict v = CheckConsistency(consistencyInput(edits));
+        const Finding* f = v.find(Field(field), index);
+        QVERIFY(f != nullptr);
+        const auto n = [](double x) { return QString::number(float(x)); };
+        QString got =
+            QString("%1 %2 %3..%4")
+                .arg(QLatin1String(rules[int(f->rule)]), n(f->value), n(f->low), n(f->high));
+        if (f->step != 0.0) {
+            got += " " + n(f->step);
+        }
+        QCOMPARE(got, want);
+    }
+
     void check() {
         QFETCH(QStringList, in);
         QFETCH(QString, want);
         const QStringList got = verdict(consistencyInput(in[0]));
-        const QString shown = got.filter(QRegularExpression("^[^=]*$|[WSB]$|=\\d")).join(' ');
+        const QString shown = got.filter(QRegularExpression("^[^=]*$|[WR]$|=\\d")).join(' ');
         for (const QString& token : (want.contains("reset") ? want : want + " reset=").split(' ')) {
             QVERIFY2(got.contains(token), qPrintable(token + " not in " + shown));
         }
@@ -603,7 +673,7 @@ private slots:
             }
             const ConsistencyVerdict again = CheckConsistency(in);
             QVERIFY(again.resetToNone.empty() && again.cmdOkEnabled == first.cmdOkEnabled &&
-                    again.Txt3 == first.Txt3 && again.Cmb3Type == first.Cmb3Type);
+                    cellFindings(again) == cellFindings(first));
             for (const auto& position :
                  {NextCondTypePosition(t), AnyCondTypePosition(t), StoredNominalPosition(t),
                   StageCountPosition(t, 3), AnyTargetPosition(t, {"1", "3", t})}) {

@@ -49,7 +49,13 @@ QString ResolvePort(const QString& port, const link::PortList& ports, QString* e
 }
 
 std::unique_ptr<session::ChargerSession> OpenSession(const PortOptions& options, FILE* err) {
-    auto s = std::make_unique<session::ChargerSession>(std::make_unique<link::SerialLink>());
+    std::unique_ptr<link::Exchange> line;
+    if (options.exchange) {
+        line = options.exchange();
+    } else {
+        line = std::make_unique<link::SerialLink>();
+    }
+    auto s = std::make_unique<session::ChargerSession>(std::move(line));
     if (options.trace) {
         auto clock = std::make_shared<QElapsedTimer>();
         clock->start();

@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <cstdio>
+#include <functional>
 #include <memory>
 
 namespace zun::cli {
@@ -25,6 +26,9 @@ struct PortOptions {
     QStringList devices;        // --device, numbered first
     bool systemDevices = true;  // without --only-given-ports
     bool trace = false;         // --trace
+    // The line to the charger; the serial port when unset. Tests run commands in-process
+    // against a charger this way.
+    std::function<std::unique_ptr<link::Exchange>()> exchange;
 };
 
 // The port numbering zunctl shares with the window.

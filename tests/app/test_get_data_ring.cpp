@@ -5,14 +5,15 @@
 using namespace zun;
 using namespace getdata_test;
 
-// The full ring costs one exchange per ten records (about 0.2 s each by the stall rule), so
-// it has an executable of its own.
+// The full ring costs one exchange per ten records, about 0.2 s each by the stall rule on a
+// line: here the window talks to the charger in-process (test_app_get_data downloads over a
+// pty).
 class TestGetDataRing : public QObject {
     Q_OBJECT
 private slots:
     void wrappedRing() {
         const sim::ChargeLog log = sim::ChargeLog::Wrapped(5);
-        Rig rig(log);
+        Rig rig(log, Line::InProcess);
         rig.charger.clearRequests();
 
         rig.page->CmdGetOK_Click(2);

@@ -2,26 +2,37 @@
 
 #include "app/frm_main.h"
 #include "app/get_data_page.h"
+#include "sim/loopback_exchange.h"
 #include "sim/pty_host.h"
 #include "sim/virtual_charger.h"
 
 namespace getdata_test {
 
-// A virtual charger holding this log on its own pseudo-terminal, answering as fast as the line
-// allows, and the window started on it.
+// How the window reaches the charger: its own pseudo-terminal, answering as fast as the line
+// allows, or an in-process exchange where the line's timing is not what a test looks at.
+enum class Line { Pty, InProcess };
+
+// A virtual charger holding this log and the window started on it.
 struct Rig {
     zun::sim::VirtualCharger charger;
     zun::sim::PtyHost host{charger};
     std::unique_ptr<zun::app::FrmMain> window;
     zun::app::GetDataPage* page = nullptr;
 
-    explicit Rig(const zun::sim::ChargeLog& log) {
+    explicit Rig(const zun::sim::ChargeLog& log, Line line = Line::Pty) {
         charger.setLog(log);
-        host.setPacing(false);
-        host.start();
         zun::app::StartOptions options;
-        options.devices = {host.devicePath()};
         options.systemDevices = false;
+        if (line == Line::Pty) {
+            host.setPacing(false);
+            host.start();
+            options.devices = {host.devicePath()};
+        } else {
+            options.devices = {QStringLiteral("charger")};
+            options.exchange = [this] {
+                return std::make_unique<zun::sim::LoopbackExchange>(charger);
+            };
+        }
         window = std::make_unique<zun::app::FrmMain>(options);
         window->Form_Load();
         page = window->getDataPage();

@@ -20,10 +20,12 @@ struct Window {
     std::unique_ptr<zun::app::FrmMain> w;
     QStringList messages;
 
-    explicit Window(const QStringList& devices = {}) {
+    explicit Window(const QStringList& devices = {},
+                    std::function<std::unique_ptr<zun::link::Exchange>()> exchange = {}) {
         zun::app::StartOptions options;
         options.devices = devices;
         options.systemDevices = false;
+        options.exchange = std::move(exchange);
         w = std::make_unique<zun::app::FrmMain>(options);
         editor()->messageHook = [this](const QString& text) { messages << text; };
         w->Form_Load();

@@ -1,12 +1,14 @@
 #include "test_profile_support.h"
 
+#include "sim/loopback_exchange.h"
 #include "sim/pty_host.h"
 
 using namespace profile_test;
 
 namespace {
 
-// One virtual charger on its own pseudo-terminal, answering as fast as the line allows.
+// One virtual charger, reached in-process where the line's timing is not what a test looks at,
+// or on its own pseudo-terminal, answering as fast as the line allows.
 struct Charger {
     zun::sim::VirtualCharger charger;
     zun::sim::PtyHost host{charger};
@@ -15,8 +17,16 @@ struct Charger {
         f.wrongAck = wrongAck != 0;
         f.wrongAckCommand = static_cast<quint8>(wrongAck);
         charger.setFaults(f);
+    }
+    std::unique_ptr<Window> inProcess() {
+        return std::make_unique<Window>(QStringList{"charger"}, [this] {
+            return std::make_unique<zun::sim::LoopbackExchange>(charger);
+        });
+    }
+    std::unique_ptr<Window> overPty() {
         host.setPacing(false);
         host.start();
+        return std::make_unique<Window>(QStringList{host.devicePath()});
     }
     // The requests of one command ("54"), or the commands of all writes (51 .. 55), in order.
     QStringList sent(const QString& command = {}) const {
@@ -109,7 +119,8 @@ private slots:
         QFETCH(int, row);
         const auto& r = kFrames[row];
         Charger c;
-        Window win({c.host.devicePath()});
+        const auto window = c.inProcess();
+        Window& win = *window;
         if (!r.identified) {
             win.state().ChargerModel.clear();
         }
@@ -136,7 +147,8 @@ private slots:
         QFETCH(int, row);
         const auto& r = kWriteAll[row];
         Charger c(r.failing);
-        Window win({c.host.devicePath()});
+        const auto window = c.inProcess();
+        Window& win = *window;
         if (!r.identified) {
             // As after a connection whose identification got no answer.
             win.state().ChargerModel.clear();
@@ -172,7 +184,8 @@ private slots:
         QFETCH(int, row);
         const auto& r = kRefused[row];
         Charger c;
-        Window win({c.host.devicePath()});
+        const auto window = c.inProcess();
+        Window& win = *window;
         Apply(win, r.settings);
         c.charger.clearRequests();
         // The write's own checks, also behind a button that the page has disabled.
@@ -186,9 +199,11 @@ private slots:
     }
 
     // Done means the charger holds it: the new value comes back when the port is chosen again.
+    // End to end over the pty.
     void writtenValueIsReadBack() {
         Charger c;
-        Window win({c.host.devicePath()});
+        const auto window = c.overPty();
+        Window& win = *window;
         QVERIFY(win.activate());
         QLineEdit* v1 = win.box("Txt2(0)");
         v1->setText("14.6");

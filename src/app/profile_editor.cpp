@@ -2,6 +2,7 @@
 
 #include "app/busy_guard.h"
 #include "app/condition_page.h"
+#include "app/event_helpers.h"
 #include "app/general_page.h"
 #include "app/protection_page.h"
 #include "app/stages_page.h"
@@ -25,137 +26,6 @@
 #include <algorithm>
 
 namespace zun::app {
-
-namespace {
-
-bool setRole(QPalette& p, QPalette::ColorGroup group, QPalette::ColorRole role,
-             const QColor& colour) {
-    if (p.color(group, role) == colour) {
-        return false;
-    }
-    p.setColor(group, role, colour);
-    return true;
-}
-
-}  // namespace
-
-void SetTextColour(QWidget* w, const QColor& colour) {
-    if (w == nullptr || !colour.isValid()) {
-        return;
-    }
-    // The disabled group keeps the style's greyed text.
-    QPalette p = w->palette();
-    bool changed = false;
-    for (QPalette::ColorGroup g : {QPalette::Active, QPalette::Inactive}) {
-        for (QPalette::ColorRole r : {QPalette::Text, QPalette::ButtonText, QPalette::WindowText}) {
-            changed = setRole(p, g, r, colour) || changed;
-        }
-    }
-    if (changed) {
-        w->setPalette(p);
-    }
-}
-
-void SetBackColour(QWidget* w, const QColor& colour) {
-    if (w == nullptr || !colour.isValid()) {
-        return;
-    }
-    QPalette p = w->palette();
-    bool changed = false;
-    for (QPalette::ColorGroup g : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
-        for (QPalette::ColorRole r : {QPalette::Base, QPalette::Button}) {
-            changed = setRole(p, g, r, colour) || changed;
-        }
-    }
-    if (changed) {
-        w->setPalette(p);
-    }
-}
-
-QColor TextColourOf(const profile::Finding* finding) {
-    if (finding == nullptr) {
-        return QColor();
-    }
-    if (finding->wrong()) {
-        return kWrongColour;
-    }
-    const bool black =
-        finding->field == profile::Field::Cmb3Type ||
-        (finding->field == profile::Field::Txt3 && finding->index % profile::kSlotCount == 5);
-    return black ? QColor(Qt::black)
-                 : QApplication::palette().color(QPalette::Active, QPalette::ButtonText);
-}
-
-// GotFocus, LostFocus and KeyUp of the settings boxes.
-class BoxEvents : public QObject {
-public:
-    using QObject::QObject;
-
-    struct Handlers {
-        QPointer<QLineEdit> box;
-        std::function<void()> lostFocus;
-        std::function<void(int)> keyUp;
-    };
-
-    void watch(QLineEdit* box, Handlers handlers) {
-        boxes_.insert(box, std::move(handlers));
-        box->installEventFilter(this);
-    }
-
-    bool isWatched(QObject* o) const { return boxes_.contains(o); }
-
-    // The next focus-out of this box is the window's doing, not the user leaving it.
-    void setQuiet(QObject* box) { quiet_ = box; }
-
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override {
-        const auto it = boxes_.constFind(watched);
-        if (it == boxes_.constEnd()) {
-            return false;
-        }
-        const Handlers& h = it.value();
-        switch (event->type()) {
-            case QEvent::FocusIn: {
-                // Deferred, so that the mouse click that brought the focus does not undo it.
-                QPointer<QLineEdit> box = h.box;
-                QTimer::singleShot(0, this, [box] {
-                    if (box && box->hasFocus()) {
-                        box->selectAll();
-                    }
-                });
-                break;
-            }
-            case QEvent::FocusOut: {
-                // Another window taking over, or a menu opening, is not leaving the box.
-                const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
-                if (watched == quiet_) {
-                    quiet_ = nullptr;
-                    break;
-                }
-                if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason &&
-                    h.lostFocus) {
-                    RunHandler(h.lostFocus);
-                }
-                break;
-            }
-            case QEvent::KeyRelease: {
-                auto* key = static_cast<QKeyEvent*>(event);
-                if (!key->isAutoRepeat() && h.keyUp) {
-                    const int code = key->key();
-                    RunHandler([&] { h.keyUp(code); });
-                }
-                break;
-            }
-            default:
-                break;
-        }
-        return false;
-    }
-
-private:
-    QHash<QObject*, Handlers> boxes_;
-    QPointer<QObject> quiet_;
-};
 
 ProfileEditor::ProfileEditor(WindowState& state, QWidget* parent) : QWidget(parent), state_(state) {
     boxEvents_ = new BoxEvents(this);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/event_helpers.h"
 #include "app/window_state.h"
 #include "profile/consistency_check.h"
 #include "session/charger_session.h"
@@ -21,28 +22,6 @@ class GeneralPage;
 class ProtectionPage;
 class StagesPage;
 class ConditionPage;
-class BoxEvents;
-
-// Runs a handler started by an event or a signal: nothing it throws leaves it.
-template <typename F>
-void RunHandler(F&& fn) noexcept {
-    try {
-        fn();
-    } catch (...) {
-    }
-}
-
-// The window's colour value 255.
-inline const QColor kWrongColour(255, 0, 0);
-
-// Text colour of a text box or combo box, in every colour group.
-void SetTextColour(QWidget* w, const QColor& colour);
-// Background of a text box or combo box, in every colour group.
-void SetBackColour(QWidget* w, const QColor& colour);
-// The text colour the window gives a control the consistency check judged: red when wrong, else
-// black for the type boxes and the section times, the system colour for the rest. An invalid
-// colour (the control keeps its own) when there is no finding.
-QColor TextColourOf(const profile::Finding* finding);
 
 // The charge-profile area (Tab1 page 0): profile choice, "Atuo set 0", the five settings pages
 // in Tab2 and the write-all button. The pages share the window state and reach each other

@@ -1,7 +1,7 @@
 #include "datalog/live_reading.h"
 #include "datalog/log_download.h"
 #include "datalog/run_time.h"
-#include "datalog_test.h"
+#include "datalog_support.h"
 #include "link/exchange.h"
 
 #include <QtTest>

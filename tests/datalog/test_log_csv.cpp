@@ -1,7 +1,7 @@
 #include "datalog/charge_ah.h"
 #include "datalog/log_chart.h"
 #include "datalog/log_csv.h"
-#include "datalog_test.h"
+#include "datalog_support.h"
 
 #include <QtTest>
 

@@ -684,4 +684,4 @@ private slots:
 };
 
 QTEST_GUILESS_MAIN(ProfileTest)
-#include "tst_profile.moc"
+#include "test_profile_rules.moc"

@@ -1,9 +1,9 @@
+#include "../cli/cli_e2e_support.h"
 #include "app/condition_page.h"
 #include "app/frm_main.h"
 #include "app/general_page.h"
 #include "app/profile_editor.h"
 #include "app/settings_actions.h"
-#include "cli_e2e_support.h"
 
 #include <QComboBox>
 #include <QLineEdit>
@@ -44,7 +44,7 @@ struct Window {
 
 }  // namespace
 
-class TestSettingsWindow : public QObject {
+class TestSettingsActions : public QObject {
     Q_OBJECT
 private slots:
     void openFillsThePagesAndTheirChecks();
@@ -56,7 +56,7 @@ private:
     QTemporaryDir dir_;
 };
 
-void TestSettingsWindow::openFillsThePagesAndTheirChecks() {
+void TestSettingsActions::openFillsThePagesAndTheirChecks() {
     Window win;
     QStringList menu;
     for (QAction* top : win.w->menuBar()->actions()) {
@@ -109,7 +109,7 @@ void TestSettingsWindow::openFillsThePagesAndTheirChecks() {
     QVERIFY(!other.editor()->CmdOK->isEnabled());
 }
 
-void TestSettingsWindow::writeAllSendsTheDryRunFrames() {
+void TestSettingsActions::writeAllSendsTheDryRunFrames() {
     Window win;
     for (int p = 0; p < 2; ++p) {
         win.editor()->CmbPN->setCurrentIndex(p);
@@ -135,7 +135,7 @@ void TestSettingsWindow::writeAllSendsTheDryRunFrames() {
     }
 }
 
-void TestSettingsWindow::saveWritesThePagesProfile() {
+void TestSettingsActions::saveWritesThePagesProfile() {
     Window win;
     win.editor()->CmbPN->setCurrentIndex(1);
     QVERIFY(win.actions->OpenSettingsFrom(known::kFile));
@@ -161,7 +161,7 @@ void TestSettingsWindow::saveWritesThePagesProfile() {
              profile::SettingsToJson(wanted).split('\n'));
 }
 
-void TestSettingsWindow::compareMarksTheFieldsThatDiffer() {
+void TestSettingsActions::compareMarksTheFieldsThatDiffer() {
     Window win(3110);
     win.actions->CompareWithCharger();
     QCOMPARE(win.messages.takeLast(), QStringLiteral("The pages hold the charger's profile 1."));
@@ -190,5 +190,5 @@ void TestSettingsWindow::compareMarksTheFieldsThatDiffer() {
     QVERIFY(!win.marked("Cmb3Type(12)"));
 }
 
-QTEST_MAIN(TestSettingsWindow)
-#include "test_settings_window.moc"
+QTEST_MAIN(TestSettingsActions)
+#include "test_settings_actions.moc"

@@ -160,6 +160,226 @@ std::vector<int> ChooseTimeLabels(const std::vector<double>& centres,
     return chosen;
 }
 
+namespace {
+
+// The values the chart plots, one per record.
+struct Series {
+    std::vector<float> volts;
+    std::vector<float> amps;
+    std::vector<float> charge;
+};
+
+Series SeriesOf(const ChartData& data) {
+    const size_t n = static_cast<size_t>(data.table.recordCount());
+    Series s{std::vector<float>(n), std::vector<float>(n), std::vector<float>(n, 0.0f)};
+    for (size_t j = 0; j < n; ++j) {
+        const LogRow& row = data.table.rows()[j];
+        s.volts[j] = link::TextToSingle(row[1]);
+        s.amps[j] = link::TextToSingle(row[2]);
+        if (j + 1 < data.chargeAh.size()) {
+            s.charge[j] = data.chargeAh[j + 1];
+        }
+    }
+    return s;
+}
+
+ChartScales ScalesOf(const Series& s) {
+    if (s.volts.empty()) {
+        return EmptyChartScales();
+    }
+    const auto [vLo, vHi] = std::minmax_element(s.volts.begin(), s.volts.end());
+    const auto [iLo, iHi] = std::minmax_element(s.amps.begin(), s.amps.end());
+    const auto [aLo, aHi] = std::minmax_element(s.charge.begin(), s.charge.end());
+    return ComputeChartScales(*vLo, *vHi, *iLo, *iHi, *aLo, *aHi);
+}
+
+// One drawing of the chart: the parts in the order they are painted, in chart units
+// (millimetres) mapped onto the surface.
+class ChartPainter {
+public:
+    ChartPainter(QPainter& painter, const Mapper& map, const ChartFrame& f, const ChartData& data,
+                 const Series& series, const ChartScales& scales)
+        : painter_(painter),
+          map_(map),
+          f_(f),
+          data_(data),
+          series_(series),
+          s_(scales),
+          n_(static_cast<int>(series.volts.size())),
+          thin_(0.25 * map.ux),
+          frame_(map.x(f.left), map.y(f.top), f.width() * map.ux, f.height() * map.uy) {}
+
+    void gridAndFrame() {
+        painter_.setPen(linePen(kGridColour, thin_));
+        for (int k = 1; k < s_.D; ++k) {
+            const double y = map_.y(divisionY(k));
+            painter_.drawLine(QPointF(frame_.left(), y), QPointF(frame_.right(), y));
+        }
+        painter_.setPen(linePen(kFrameColour, thin_));
+        painter_.setBrush(Qt::NoBrush);
+        painter_.drawRect(frame_);
+    }
+
+    // Everything that needs records: texts, curves, legend and stage marks.
+    void records(double surfaceWidth) {
+        QFont labelFont = painter_.font();
+        labelFont.setBold(false);
+        labelFont.setPointSizeF(kLabelPoints);
+        QFont titleFont = labelFont;
+        titleFont.setPointSizeF(kTitlePoints);
+        titleFont.setBold(true);
+        const TextWriter text(painter_, map_, labelFont);
+        const TextWriter title(painter_, map_, titleFont);
+
+        const QString caption = QStringLiteral("Data Log");
+        title.at((surfaceWidth - title.width(caption)) / 2.0, 5.0, caption, 0xFF000000);
+        scaleLabels(text);
+        timeAxis(text);
+        curves();
+        legend(text);
+        description(text);
+        stageMarks(text);
+    }
+
+private:
+    double divisionY(int k) const { return f_.bottom - k * f_.height() / s_.D; }
+    double rowX(int j) const { return n_ > 1 ? f_.left + j * f_.width() / (n_ - 1) : f_.left; }
+
+    void scaleLabels(const TextWriter& text) {
+        const double th = text.height();
+        for (int k = 0; k <= s_.D; ++k) {
+            const double y = divisionY(k) - th / 2.0;
+            const QString v =
+                link::FormatFixed(s_.vBottom + k * s_.vStep(), 0) + QStringLiteral(" V");
+            text.at(f_.left - text.width(v) - 2.0, y, v, kVoltageColour);
+            const QString i =
+                link::FormatFixed(s_.iBottom + k * s_.iStep(), 0) + QStringLiteral(" A");
+            text.at(f_.right + 2.0, y, i, kCurrentColour);
+            const QString a = link::FormatFixed(s_.ahBottom + k * s_.ahStep(), s_.ahDecimals) +
+                              QStringLiteral(" Ah");
+            text.at(f_.right + 12.0, y, a, kChargeColour);
+        }
+    }
+
+    // A time label only where it clears the one before, with a grid line under it.
+    void timeAxis(const TextWriter& text) {
+        std::vector<double> centres(static_cast<size_t>(n_));
+        for (int j = 0; j < n_; ++j) {
+            centres[static_cast<size_t>(j)] = rowX(j);
+        }
+        auto label = [&](int j) { return RecordTimeText(data_.labTime, n_ - 1 - j); };
+        const std::vector<int> chosen = ChooseTimeLabels(
+            centres, [&](int j) { return text.width(label(j)); },
+            0.75 * text.width(QStringLiteral("00:00")), text.width(QStringLiteral(" ")));
+        painter_.setPen(linePen(kGridColour, thin_));
+        for (int j : chosen) {
+            const double x = centres[static_cast<size_t>(j)];
+            if (x - f_.left > 0.5 && f_.right - x > 0.5) {
+                painter_.drawLine(QPointF(map_.x(x), frame_.top()),
+                                  QPointF(map_.x(x), frame_.bottom()));
+            }
+        }
+        for (int j : chosen) {
+            const QString t = label(j);
+            text.at(centres[static_cast<size_t>(j)] - text.width(t) / 2.0, f_.bottom + 3.0, t,
+                    0xFF000000);
+        }
+    }
+
+    // Clipped to the frame.
+    void curves() {
+        painter_.save();
+        painter_.setClipRect(frame_.adjusted(-1, -1, 1, 1), Qt::IntersectClip);
+        curve(series_.charge, s_.ahBottom, s_.ahTop, kChargeColour);
+        curve(series_.amps, double(s_.iBottom), double(s_.iTop), kCurrentColour);
+        curve(series_.volts, double(s_.vBottom), double(s_.vTop), kVoltageColour);
+        painter_.restore();
+    }
+
+    void curve(const std::vector<float>& values, double bottom, double top, QRgb colour) {
+        std::vector<QPointF> pts;
+        pts.reserve(values.size());
+        const double span = top - bottom;
+        for (int j = 0; j < n_; ++j) {
+            const double v = std::clamp(static_cast<double>(values[static_cast<size_t>(j)]),
+                                        bottom - span, top + span);
+            pts.emplace_back(map_.x(rowX(j)),
+                             map_.y(f_.bottom - (v - bottom) * f_.height() / span));
+        }
+        painter_.setPen(linePen(colour, 0.35 * map_.ux));
+        const QPolygonF line = decimate(pts);
+        if (line.size() == 1) {
+            painter_.drawPoint(line.front());
+        } else {
+            painter_.drawPolyline(line);
+        }
+    }
+
+    void legend(const TextWriter& text) {
+        const double ly = f_.bottom + 15.0;
+        const double ty = f_.bottom + 13.0;
+        const double lw = 0.5 * map_.ux;
+        const struct {
+            double at;
+            QRgb colour;
+            const char* name;
+        } entries[] = {{-42, kVoltageColour, "Voltage"},
+                       {-17, kCurrentColour, "Current"},
+                       {8, kChargeColour, "AH"}};
+        for (const auto& e : entries) {
+            painter_.setPen(linePen(e.colour, lw));
+            painter_.drawLine(QPointF(map_.x(f_.right + e.at), map_.y(ly)),
+                              QPointF(map_.x(f_.right + e.at + 7), map_.y(ly)));
+            text.at(f_.right + e.at + 9, ty, QLatin1String(e.name), 0xFF000000);
+        }
+    }
+
+    // Description and time stamp under the time axis, clear of the legend.
+    void description(const TextWriter& text) {
+        const double room = std::max(0.0, (f_.right - 44.0) - f_.left) * map_.ux;
+        const QString desc = text.metrics().elidedText(QStringLiteral("Desc: ") + data_.description,
+                                                       Qt::ElideRight, room);
+        text.at(f_.left, f_.bottom + 9.0, desc, 0xFF000000);
+        const QString stamp = text.metrics().elidedText(data_.labTime, Qt::ElideRight, room);
+        text.at(f_.left, f_.bottom + 9.0 + text.height(), stamp, 0xFF000000);
+    }
+
+    // Above the frame; a mark whose name would overlap the one before is left out.
+    void stageMarks(const TextWriter& text) {
+        const double th = text.height();
+        const double lineTop = f_.top - 7.0;
+        double prevEnd = -std::numeric_limits<double>::infinity();
+        for (const StageMark& m : FindStageMarks(series_.volts, series_.amps)) {
+            const double x = rowX(m.index);
+            const QString name = StageName(m.stage);
+            const double w = text.width(name);
+            if (x - w / 2.0 <= prevEnd) {
+                continue;
+            }
+            prevEnd = x + w / 2.0;
+            painter_.setPen(linePen(kFrameColour, thin_));
+            painter_.drawLine(QPointF(map_.x(x), map_.y(lineTop)),
+                              QPointF(map_.x(x), frame_.top()));
+            painter_.setPen(linePen(kFrameColour, thin_, Qt::DotLine));
+            painter_.drawLine(QPointF(map_.x(x), frame_.top()),
+                              QPointF(map_.x(x), frame_.bottom()));
+            text.at(x - w / 2.0, lineTop - 5.0 - th / 2.0, name, 0xFF000000);
+        }
+    }
+
+    QPainter& painter_;
+    const Mapper& map_;
+    const ChartFrame f_;
+    const ChartData& data_;
+    const Series& series_;
+    const ChartScales s_;
+    const int n_;
+    const double thin_;
+    const QRectF frame_;
+};
+
+}  // namespace
+
 void DrawLogChart(QPainter& painter, const QRectF& surface, const ChartData& data) {
     QPaintDevice* device = painter.device();
     if (device == nullptr) {
@@ -176,169 +396,12 @@ void DrawLogChart(QPainter& painter, const QRectF& surface, const ChartData& dat
     painter.setClipRect(surface);
     painter.setRenderHint(QPainter::Antialiasing, false);
     painter.fillRect(surface, Qt::white);
-    if (f.width() <= 0 || f.height() <= 0) {
-        painter.restore();
-        return;
-    }
-
-    const int n = data.table.recordCount();
-    std::vector<float> volts(static_cast<size_t>(n));
-    std::vector<float> amps(static_cast<size_t>(n));
-    std::vector<float> charge(static_cast<size_t>(n), 0.0f);
-    for (int j = 0; j < n; ++j) {
-        const LogRow& row = data.table.rows()[static_cast<size_t>(j)];
-        volts[static_cast<size_t>(j)] = link::TextToSingle(row[1]);
-        amps[static_cast<size_t>(j)] = link::TextToSingle(row[2]);
-        if (static_cast<size_t>(j + 1) < data.chargeAh.size()) {
-            charge[static_cast<size_t>(j)] = data.chargeAh[static_cast<size_t>(j + 1)];
-        }
-    }
-    ChartScales s = EmptyChartScales();
-    if (n > 0) {
-        const auto [vLo, vHi] = std::minmax_element(volts.begin(), volts.end());
-        const auto [iLo, iHi] = std::minmax_element(amps.begin(), amps.end());
-        const auto [aLo, aHi] = std::minmax_element(charge.begin(), charge.end());
-        s = ComputeChartScales(*vLo, *vHi, *iLo, *iHi, *aLo, *aHi);
-    }
-
-    const double thin = 0.25 * map.ux;
-    const QRectF frame(map.x(f.left), map.y(f.top), f.width() * map.ux, f.height() * map.uy);
-    auto divisionY = [&](int k) { return f.bottom - k * f.height() / s.D; };
-
-    painter.setPen(linePen(kGridColour, thin));
-    for (int k = 1; k < s.D; ++k) {
-        const double y = map.y(divisionY(k));
-        painter.drawLine(QPointF(frame.left(), y), QPointF(frame.right(), y));
-    }
-    painter.setPen(linePen(kFrameColour, thin));
-    painter.setBrush(Qt::NoBrush);
-    painter.drawRect(frame);
-    if (n == 0) {
-        painter.restore();
-        return;
-    }
-
-    QFont labelFont = painter.font();
-    labelFont.setBold(false);
-    labelFont.setPointSizeF(kLabelPoints);
-    QFont titleFont = labelFont;
-    titleFont.setPointSizeF(kTitlePoints);
-    titleFont.setBold(true);
-    const TextWriter text(painter, map, labelFont);
-    const TextWriter title(painter, map, titleFont);
-    const double th = text.height();
-
-    const QString caption = QStringLiteral("Data Log");
-    title.at((sw - title.width(caption)) / 2.0, 5.0, caption, 0xFF000000);
-
-    for (int k = 0; k <= s.D; ++k) {
-        const double y = divisionY(k) - th / 2.0;
-        const QString v = link::FormatFixed(s.vBottom + k * s.vStep(), 0) + QStringLiteral(" V");
-        text.at(f.left - text.width(v) - 2.0, y, v, kVoltageColour);
-        const QString i = link::FormatFixed(s.iBottom + k * s.iStep(), 0) + QStringLiteral(" A");
-        text.at(f.right + 2.0, y, i, kCurrentColour);
-        const QString a =
-            link::FormatFixed(s.ahBottom + k * s.ahStep(), s.ahDecimals) + QStringLiteral(" Ah");
-        text.at(f.right + 12.0, y, a, kChargeColour);
-    }
-
-    auto rowX = [&](int j) { return n > 1 ? f.left + j * f.width() / (n - 1) : f.left; };
-
-    // Time axis: a label only where it clears the one before, with a grid line under it.
-    {
-        std::vector<double> centres(static_cast<size_t>(n));
-        for (int j = 0; j < n; ++j) {
-            centres[static_cast<size_t>(j)] = rowX(j);
-        }
-        auto label = [&](int j) { return RecordTimeText(data.labTime, n - 1 - j); };
-        const std::vector<int> chosen = ChooseTimeLabels(
-            centres, [&](int j) { return text.width(label(j)); },
-            0.75 * text.width(QStringLiteral("00:00")), text.width(QStringLiteral(" ")));
-        painter.setPen(linePen(kGridColour, thin));
-        for (int j : chosen) {
-            const double x = centres[static_cast<size_t>(j)];
-            if (x - f.left > 0.5 && f.right - x > 0.5) {
-                painter.drawLine(QPointF(map.x(x), frame.top()), QPointF(map.x(x), frame.bottom()));
-            }
-        }
-        for (int j : chosen) {
-            const QString t = label(j);
-            text.at(centres[static_cast<size_t>(j)] - text.width(t) / 2.0, f.bottom + 3.0, t,
-                    0xFF000000);
-        }
-    }
-
-    // Curves, clipped to the frame.
-    painter.save();
-    painter.setClipRect(frame.adjusted(-1, -1, 1, 1), Qt::IntersectClip);
-    auto curve = [&](const std::vector<float>& values, double bottom, double top, QRgb colour) {
-        std::vector<QPointF> pts;
-        pts.reserve(values.size());
-        const double span = top - bottom;
-        for (int j = 0; j < n; ++j) {
-            const double v = std::clamp(static_cast<double>(values[static_cast<size_t>(j)]),
-                                        bottom - span, top + span);
-            pts.emplace_back(map.x(rowX(j)), map.y(f.bottom - (v - bottom) * f.height() / span));
-        }
-        painter.setPen(linePen(colour, 0.35 * map.ux));
-        const QPolygonF line = decimate(pts);
-        if (line.size() == 1) {
-            painter.drawPoint(line.front());
-        } else {
-            painter.drawPolyline(line);
-        }
-    };
-    curve(charge, s.ahBottom, s.ahTop, kChargeColour);
-    curve(amps, double(s.iBottom), double(s.iTop), kCurrentColour);
-    curve(volts, double(s.vBottom), double(s.vTop), kVoltageColour);
-    painter.restore();
-
-    // Legend.
-    {
-        const double ly = f.bottom + 15.0;
-        const double ty = f.bottom + 13.0;
-        const double lw = 0.5 * map.ux;
-        painter.setPen(linePen(kVoltageColour, lw));
-        painter.drawLine(QPointF(map.x(f.right - 42), map.y(ly)),
-                         QPointF(map.x(f.right - 35), map.y(ly)));
-        text.at(f.right - 33, ty, QStringLiteral("Voltage"), 0xFF000000);
-        painter.setPen(linePen(kCurrentColour, lw));
-        painter.drawLine(QPointF(map.x(f.right - 17), map.y(ly)),
-                         QPointF(map.x(f.right - 10), map.y(ly)));
-        text.at(f.right - 8, ty, QStringLiteral("Current"), 0xFF000000);
-        painter.setPen(linePen(kChargeColour, lw));
-        painter.drawLine(QPointF(map.x(f.right + 8), map.y(ly)),
-                         QPointF(map.x(f.right + 15), map.y(ly)));
-        text.at(f.right + 17, ty, QStringLiteral("AH"), 0xFF000000);
-    }
-
-    // Description and time stamp under the time axis, clear of the legend.
-    {
-        const double room = std::max(0.0, (f.right - 44.0) - f.left) * map.ux;
-        const QString desc = text.metrics().elidedText(QStringLiteral("Desc: ") + data.description,
-                                                       Qt::ElideRight, room);
-        text.at(f.left, f.bottom + 9.0, desc, 0xFF000000);
-        const QString stamp = text.metrics().elidedText(data.labTime, Qt::ElideRight, room);
-        text.at(f.left, f.bottom + 9.0 + th, stamp, 0xFF000000);
-    }
-
-    // Stage marks above the frame.
-    {
-        const double lineTop = f.top - 7.0;
-        double prevEnd = -std::numeric_limits<double>::infinity();
-        for (const StageMark& m : FindStageMarks(volts, amps)) {
-            const double x = rowX(m.index);
-            const QString name = StageName(m.stage);
-            const double w = text.width(name);
-            if (x - w / 2.0 <= prevEnd) {
-                continue;
-            }
-            prevEnd = x + w / 2.0;
-            painter.setPen(linePen(kFrameColour, thin));
-            painter.drawLine(QPointF(map.x(x), map.y(lineTop)), QPointF(map.x(x), frame.top()));
-            painter.setPen(linePen(kFrameColour, thin, Qt::DotLine));
-            painter.drawLine(QPointF(map.x(x), frame.top()), QPointF(map.x(x), frame.bottom()));
-            text.at(x - w / 2.0, lineTop - 5.0 - th / 2.0, name, 0xFF000000);
+    if (f.width() > 0 && f.height() > 0) {
+        const Series series = SeriesOf(data);
+        ChartPainter chart(painter, map, f, data, series, ScalesOf(series));
+        chart.gridAndFrame();
+        if (!series.volts.empty()) {
+            chart.records(sw);
         }
     }
     painter.restore();

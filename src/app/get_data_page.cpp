@@ -92,6 +92,34 @@ GetDataPage::GetDataPage(WindowState& state, QWidget* parent)
 }
 
 void GetDataPage::buildUi() {
+    const QFontMetrics fm(font());
+    buildReadings(fm);
+    buildLogTable(fm);
+    buildLogControls(fm);
+    buildFileAndChartButtons();
+    PB = new QWidget;
+    PB->setObjectName(QStringLiteral("PB"));
+    PP = new LogChartView(table_, chargeAh_);
+    PP->setObjectName(QStringLiteral("PP"));
+    arrange();
+
+    setTabOrder(CmdGetOK[1], CmdGetOK[0]);
+    setTabOrder(CmdGetOK[0], CmdGetOK[2]);
+    setTabOrder(CmdGetOK[2], FG1);
+    setTabOrder(FG1, TxtRow[0]);
+    setTabOrder(TxtRow[0], TxtRow[1]);
+    setTabOrder(TxtRow[1], TxtGetDesc);
+    setTabOrder(TxtGetDesc, CmdGetSave);
+    setTabOrder(CmdGetSave, CmdGetOpen);
+    setTabOrder(CmdGetOpen, CmdPrint);
+    setTabOrder(CmdPrint, CmdExportPdf);
+    setTabOrder(CmdExportPdf, CmdExportPng);
+
+    InitLogTable();
+}
+
+// The three request buttons and the two reading boxes.
+void GetDataPage::buildReadings(const QFontMetrics& fm) {
     // Index order is the handler's; "Charger V I" stands first on the page.
     CmdGetOK[0] = makeButton(QStringLiteral("CmdGetOK(0)"), QStringLiteral("Total Run Time"));
     CmdGetOK[1] = makeButton(QStringLiteral("CmdGetOK(1)"), QStringLiteral("Charger V I"));
@@ -100,7 +128,6 @@ void GetDataPage::buildUi() {
         BusyGuard::MarkExchangeStarter(CmdGetOK[i]);
         connect(CmdGetOK[i], &QPushButton::clicked, this, [this, i] { CmdGetOK_Click(i); });
     }
-    const QFontMetrics fm(font());
     for (int i = 0; i < 2; ++i) {
         auto* box = new QPlainTextEdit;
         box->setObjectName(QStringLiteral("TxtGet(%1)").arg(i));
@@ -116,7 +143,9 @@ void GetDataPage::buildUi() {
                              2 * margin + 2 * box->frameWidth() + 4);
         TxtGet[i] = box;
     }
+}
 
+void GetDataPage::buildLogTable(const QFontMetrics& fm) {
     FG1 = new QTableView;
     FG1->setObjectName(QStringLiteral("FG1"));
     FG1->setModel(&table_);
@@ -135,7 +164,10 @@ void GetDataPage::buildUi() {
     FG1->horizontalHeader()->setStretchLastSection(false);
     FG1->horizontalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     FG1->horizontalHeader()->setHighlightSections(false);
+}
 
+// The record range, the description, the time stamp and the progress text.
+void GetDataPage::buildLogControls(const QFontMetrics& fm) {
     for (int i = 0; i < 2; ++i) {
         TxtRow[i] = new QLineEdit;
         TxtRow[i]->setObjectName(QStringLiteral("TxtRow(%1)").arg(i));
@@ -154,7 +186,9 @@ void GetDataPage::buildUi() {
     LabTime = MakeLabel(QString(), QStringLiteral("LabTime"));
     LabDownDisp = MakeLabel(QString(), QStringLiteral("LabDownDisp"));
     LabDownDisp->setVisible(false);
+}
 
+void GetDataPage::buildFileAndChartButtons() {
     CmdGetSave = makeButton(QStringLiteral("CmdGetSave"), QStringLiteral("Save"));
     CmdGetOpen = makeButton(QStringLiteral("CmdGetOpen"), QStringLiteral("Open"));
     CmdPrint = makeButton(QStringLiteral("CmdPrint"), QStringLiteral("Print"));
@@ -167,13 +201,9 @@ void GetDataPage::buildUi() {
     connect(CmdPrint, &QPushButton::clicked, this, [this] { CmdPrint_Click(); });
     connect(CmdExportPdf, &QPushButton::clicked, this, [this] { CmdExportPdf_Click(); });
     connect(CmdExportPng, &QPushButton::clicked, this, [this] { CmdExportPng_Click(); });
+}
 
-    PB = new QWidget;
-    PB->setObjectName(QStringLiteral("PB"));
-    PP = new LogChartView(table_, chargeAh_);
-    PP->setObjectName(QStringLiteral("PP"));
-
-    // Left: readings, the table and its file controls; right: the chart and its outputs.
+void GetDataPage::arrange() {
     auto* left = new QWidget;
     left->setObjectName(QStringLiteral("GetDataLeft"));
     auto* lv = new QVBoxLayout(left);
@@ -222,20 +252,6 @@ void GetDataPage::buildUi() {
     auto* h = new QHBoxLayout(this);
     h->addWidget(left);
     h->addWidget(PB, 1);
-
-    setTabOrder(CmdGetOK[1], CmdGetOK[0]);
-    setTabOrder(CmdGetOK[0], CmdGetOK[2]);
-    setTabOrder(CmdGetOK[2], FG1);
-    setTabOrder(FG1, TxtRow[0]);
-    setTabOrder(TxtRow[0], TxtRow[1]);
-    setTabOrder(TxtRow[1], TxtGetDesc);
-    setTabOrder(TxtGetDesc, CmdGetSave);
-    setTabOrder(CmdGetSave, CmdGetOpen);
-    setTabOrder(CmdGetOpen, CmdPrint);
-    setTabOrder(CmdPrint, CmdExportPdf);
-    setTabOrder(CmdExportPdf, CmdExportPng);
-
-    InitLogTable();
 }
 
 void GetDataPage::InitLogTable() {

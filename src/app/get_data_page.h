@@ -91,6 +91,12 @@ protected:
 
 private:
     void buildUi();
+    void buildReadings(const QFontMetrics& fm);
+    void buildLogTable(const QFontMetrics& fm);
+    void buildLogControls(const QFontMetrics& fm);
+    void buildFileAndChartButtons();
+    // Left: readings, the table and its file controls; right: the chart and its outputs.
+    void arrange();
     void fitLeftColumn();
     void RunTime();
     void LiveReading();

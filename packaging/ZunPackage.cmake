@@ -40,9 +40,9 @@ add_custom_command(OUTPUT ${ZUN_PACKAGE_BUILD_DIR}/changelog.gz
     DEPENDS ${ZUN_PACKAGE_BUILD_DIR}/changelog
     VERBATIM)
 
-# zun opens no window for --help, but Qt wants a platform all the same.
-set(ZUN_MANUAL_PAGES "")
-if(ZUN_HELP2MAN)
+# zun opens no window for --help, but Qt wants a platform all the same. A sanitizer build is
+# never packaged, and its programs' leak report at exit would fail help2man.
+if(ZUN_HELP2MAN AND NOT ZUN_SANITIZE)
     foreach(program zun zunctl zun-sim)
         if(NOT TARGET ${program})
             continue()
@@ -57,10 +57,9 @@ if(ZUN_HELP2MAN)
             DEPENDS ${program} ${ZUN_PACKAGING_DIR}/${program}.h2m
             VERBATIM)
         list(APPEND package_files ${page}.gz)
-        list(APPEND ZUN_MANUAL_PAGES ${page})
         install(FILES ${page}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
     endforeach()
-else()
+elseif(NOT ZUN_HELP2MAN)
     message(STATUS "help2man not found: no manual pages (scripts/install-deps.sh installs it)")
 endif()
 add_custom_target(zun_package_files ALL DEPENDS ${package_files})

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds the Debian package zun_VERSION_ARCH.deb from the build tree (default build/, as
 # scripts/test.sh leaves it), then checks it: lintian, appstreamcli, desktop-file-validate, its
-# contents, and scripts/check-deb.sh (dependencies and the programs run from the package).
+# contents, scripts/check-deb.sh (dependencies and the programs run from the package) and
+# scripts/check-deb-install.sh (apt install in a throwaway Debian 12 root).
 #
 #   scripts/build-deb.sh [BUILD-DIR]
 set -euo pipefail
@@ -29,4 +30,8 @@ desktop-file-validate packaging/zun.desktop
 
 echo "== the package's programs"
 scripts/check-deb.sh "$deb"
+if [ "${ZUN_SKIP_INSTALL_TEST:-0}" != 1 ]; then
+    echo "== apt install on a clean Debian 12"
+    scripts/check-deb-install.sh "$deb"
+fi
 echo "package: $deb"

@@ -12,8 +12,9 @@ int main(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         arguments << QString::fromLocal8Bit(argv[i]);
     }
-    // Answered before the parser, which would ask for a command.
-    if (arguments == QStringList{QStringLiteral("--version")}) {
+    // Answered before the parser, which would ask for a command; wherever it stands, as zun
+    // and zun-sim do.
+    if (arguments.contains(QStringLiteral("--version"))) {
         printf("zunctl %s\n", zun::link::BuildInfo::versionLine().toUtf8().constData());
         return zun::cli::kExitDone;
     }

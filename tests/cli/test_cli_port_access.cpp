@@ -18,13 +18,17 @@ private slots:
 };
 
 void TestCliPortAccess::version() {
-    const e2e::Run r = e2e::zunctl({"--version"});
-    QCOMPARE(r.code, 0);
-    QCOMPARE(r.out, QStringLiteral("zunctl %1.%2.%3 (commit %4)\n")
-                        .arg(ZUN_VERSION_MAJOR)
-                        .arg(ZUN_VERSION_MINOR)
-                        .arg(ZUN_VERSION_PATCH)
-                        .arg(zun::link::BuildInfo::commit()));
+    const QString expected = QStringLiteral("zunctl %1.%2.%3 (commit %4)\n")
+                                 .arg(ZUN_VERSION_MAJOR)
+                                 .arg(ZUN_VERSION_MINOR)
+                                 .arg(ZUN_VERSION_PATCH)
+                                 .arg(zun::link::BuildInfo::commit());
+    for (const QStringList& arguments :
+         {QStringList{"--version"}, QStringList{"--port", "/dev/null", "identify", "--version"}}) {
+        const e2e::Run r = e2e::zunctl(arguments);
+        QCOMPARE(r.code, 0);
+        QCOMPARE(r.out, expected);
+    }
     QVERIFY(!zun::link::BuildInfo::commit().isEmpty());
     QVERIFY2(e2e::zunctl({"--help"}).out.contains("--version"), "--help lists --version");
 }

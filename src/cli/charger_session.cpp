@@ -51,6 +51,9 @@ int ChargerSession::connect(QString* message) {
         link_.setDevice(device);
         if (!link_.open()) {
             *message = QStringLiteral("%1: %2").arg(device, link_.lastError());
+            if (!link_.lastRefusal().remedy.isEmpty()) {
+                *message += QStringLiteral("; ") + link_.lastRefusal().remedy;
+            }
             return kExitNoCharger;
         }
         return identify(message, false);
@@ -58,6 +61,7 @@ int ChargerSession::connect(QString* message) {
 
     // The charger search: only the exact answer to the run-time request counts.
     QStringList tried;
+    QString remedy;  // said once, however many ports it concerns
     int lastOpened = 0;
     for (int n : ports_.numbers()) {
         const QString device = ports_.deviceFor(n);
@@ -65,6 +69,9 @@ int ChargerSession::connect(QString* message) {
         if (!link_.open()) {
             tried << QStringLiteral("%1 (%2): %3")
                          .arg(link::PortList::EntryText(n), device, link_.lastError());
+            if (remedy.isEmpty()) {
+                remedy = link_.lastRefusal().remedy;
+            }
             continue;
         }
         lastOpened = n;
@@ -91,6 +98,9 @@ int ChargerSession::connect(QString* message) {
         tried.isEmpty()
             ? QStringLiteral("no charger found: there are no serial ports")
             : QStringLiteral("no charger found; tried %1").arg(tried.join(QStringLiteral("; ")));
+    if (!remedy.isEmpty()) {
+        *message += QStringLiteral("; ") + remedy;
+    }
     return kExitNoCharger;
 }
 

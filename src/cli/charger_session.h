@@ -51,6 +51,8 @@ public:
     // status says in plain words what happened.
     bool probe(const QString& device, QString* status);
 
+    // What grants access to the port the last open or probe was refused, or empty.
+    QString remedy() const { return link_.lastRefusal().remedy; }
     QString device() const { return link_.device(); }
     QString modelCode() const { return modelCode_; }
 

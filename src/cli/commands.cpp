@@ -102,10 +102,14 @@ int Ports(const Invocation& inv, FILE* out, FILE* err) {
     const link::PortList ports = PortsFor(inv.port);
     QJsonArray list;
     ChargerSession session(inv.port, err);
+    QString remedy;
     for (int n : ports.numbers()) {
         const QString device = ports.deviceFor(n);
         QString status;
         const bool charger = session.probe(device, &status);
+        if (remedy.isEmpty()) {
+            remedy = session.remedy();
+        }
         if (inv.json) {
             QJsonObject o;
             o.insert(QStringLiteral("port"), link::PortList::EntryText(n));
@@ -123,6 +127,9 @@ int Ports(const Invocation& inv, FILE* out, FILE* err) {
         printJson(out, list);
     } else if (ports.numbers().isEmpty()) {
         print(err, QStringLiteral("zunctl: there are no serial ports"));
+    }
+    if (!remedy.isEmpty()) {
+        print(err, QStringLiteral("zunctl: ") + remedy);
     }
     return kExitDone;
 }

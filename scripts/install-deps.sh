@@ -8,6 +8,7 @@ packages=(
     qt6-base-dev qt6-serialport-dev libgl-dev
     clang libclang-rt-14-dev clang-format
     xvfb xauth fonts-dejavu-core
+    dpkg-dev file help2man lintian appstream desktop-file-utils man-db mmdebstrap
 )
 
 missing=()

@@ -16,6 +16,9 @@ cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
 cmake --build build -j"$jobs"
 ctest --test-dir build --output-on-failure --timeout 600 -j2
 
+echo "== Debian package (built from build/, linted, listed, run from its contents)"
+scripts/build-deb.sh build
+
 echo "== sanitizers (ASan + UBSan)"
 cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZUN_SANITIZE=ON -DZUN_BUILD_BENCH=OFF
 cmake --build build-asan -j"$jobs"

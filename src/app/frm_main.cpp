@@ -4,6 +4,7 @@
 #include "app/language_applier.h"
 #include "app/profile_editor.h"
 #include "app/settings_actions.h"
+#include "link/build_info.h"
 #include "link/frames.h"
 #include "link/model_table.h"
 #include "link/serial_link.h"
@@ -12,6 +13,8 @@
 #include <QCloseEvent>
 #include <QHBoxLayout>
 #include <QMenuBar>
+#include <QMessageBox>
+#include <QStatusBar>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -97,6 +100,10 @@ void FrmMain::buildUi() {
     // Settings files of the current profile and the compare with the charger's stored copy.
     auto* settingsActions = new SettingsActions(this);
     settingsActions->AddTo(menuBar()->addMenu(tr("Settings")));
+    QAction* about = menuBar()->addMenu(tr("Help"))->addAction(tr("About ZUN"));
+    about->setObjectName("ActAbout");
+    connect(about, &QAction::triggered, this,
+            [this] { QMessageBox::about(this, tr("About ZUN"), AboutText()); });
 
     // An unplugged adapter: say so at once rather than at the next port choice.
     connect(session_.get(), &session::ChargerSession::portLost, this, [this] {
@@ -124,6 +131,21 @@ QString FrmMain::TitleFor(int major, int minor, int revision) {
         t += QStringLiteral(".%1").arg(revision);
     }
     return t;
+}
+
+QString FrmMain::AboutText() {
+    return QStringLiteral(
+               "%1\n\nVersion %2, commit %3\n\nConfigures and monitors ZUN battery chargers "
+               "over a serial line.\nBuilt with Qt %4.")
+        .arg(TitleFor(ZUN_VERSION_MAJOR, ZUN_VERSION_MINOR, ZUN_VERSION_PATCH),
+             link::BuildInfo::version(), link::BuildInfo::commit(), QStringLiteral(QT_VERSION_STR));
+}
+
+void FrmMain::reportRefusals(const QVector<link::PortRefusal>& refusals) {
+    const QString text = link::PortRefusal::Summary(refusals);
+    if (!text.isEmpty()) {
+        statusBar()->showMessage(text);
+    }
 }
 
 void FrmMain::Form_Load() {
@@ -161,13 +183,18 @@ void FrmMain::discoverPorts() {
     // Filling the list must not select anything by itself: that would connect.
     const QSignalBlocker block(CboPort);
     CboPort->clear();
+    QVector<link::PortRefusal> refused;
     for (int n : ports_.numbers()) {
         if (session_->canOpen(ports_.deviceFor(n))) {
             CboPort->addItem(link::PortList::EntryText(n));
             CboPort->setItemData(CboPort->count() - 1, ports_.deviceFor(n), Qt::ToolTipRole);
+        } else {
+            refused << session_->lastRefusal();
         }
     }
     CboPort->setCurrentIndex(-1);
+    // The list stays as it was; the status bar says why a port is missing from it.
+    reportRefusals(refused);
 }
 
 void FrmMain::searchCharger() {
@@ -198,6 +225,7 @@ void FrmMain::CboPort_Click() {
 
     QComboBox* nv = editor_->nominalVoltage();
     const QString code = session_->identify();
+    const link::PortRefusal refusal = session_->lastRefusal();
     if (!code.isEmpty()) {
         state_.ChargerModel = code;
         nv->setCurrentIndex(link::ModelTable::NominalPositionFor(code));
@@ -225,6 +253,7 @@ void FrmMain::CboPort_Click() {
     } else {
         Label0_1->setText(QStringLiteral("No Connection"));
         SetTextColour(Label0_1, kWrongColour);
+        reportRefusals({refusal});
     }
     editor_->CmbPN_Click();
     lastSettingsReply_ = reply;

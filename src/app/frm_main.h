@@ -54,6 +54,8 @@ public:
     bool loaded() const { return loaded_; }
 
     static QString TitleFor(int major, int minor, int revision);
+    // The About box's text: the title, the full version and the commit of this build.
+    static QString AboutText();
 
     QTabWidget* Tab1 = nullptr;
     QComboBox* CboPort = nullptr;
@@ -75,6 +77,9 @@ private:
     void Tab1_Click(int index);
     void fillLanguages();
     void LoadLanguage();
+    // Ports refused for lack of permission or held by another program, with the remedy, in
+    // the status bar (which exists only once there is something to say).
+    void reportRefusals(const QVector<link::PortRefusal>& refusals);
 
     StartOptions options_;
     WindowState state_;

@@ -1,4 +1,5 @@
 #include "app/frm_main.h"
+#include "link/build_info.h"
 
 #ifdef ZUN_WITH_DEMO
 #include "sim/pty_host.h"
@@ -12,10 +13,7 @@
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("zun"));
-    QApplication::setApplicationVersion(QStringLiteral("%1.%2.%3")
-                                            .arg(ZUN_VERSION_MAJOR)
-                                            .arg(ZUN_VERSION_MINOR)
-                                            .arg(ZUN_VERSION_PATCH));
+    QApplication::setApplicationVersion(zun::link::BuildInfo::versionLine());
 
     QCommandLineParser parser;
     parser.setApplicationDescription(

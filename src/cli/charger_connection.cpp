@@ -87,6 +87,9 @@ int Connect(session::ChargerSession& s, const PortOptions& options, QString* mes
         s.setDevice(device);
         if (!s.open()) {
             *message = QStringLiteral("%1: %2").arg(device, s.lastError());
+            if (!s.lastRefusal().remedy.isEmpty()) {
+                *message += QStringLiteral("; ") + s.lastRefusal().remedy;
+            }
             return kExitNoCharger;
         }
         return identify(s, message, false);
@@ -97,6 +100,7 @@ int Connect(session::ChargerSession& s, const PortOptions& options, QString* mes
         devices << ports.deviceFor(n);
     }
     QStringList tried;
+    QString remedy;  // said once, however many ports it concerns
     QString lastOpened;
     for (const session::ProbeResult& r : s.search(devices)) {
         if (r.charger) {
@@ -104,6 +108,8 @@ int Connect(session::ChargerSession& s, const PortOptions& options, QString* mes
         }
         if (r.opened) {
             lastOpened = r.device;
+        } else if (remedy.isEmpty()) {
+            remedy = r.refusal.remedy;
         }
         const int n = ports.numbers().at(devices.indexOf(r.device));
         const QString status = !r.opened    ? r.openError
@@ -124,6 +130,9 @@ int Connect(session::ChargerSession& s, const PortOptions& options, QString* mes
         tried.isEmpty()
             ? QStringLiteral("no charger found: there are no serial ports")
             : QStringLiteral("no charger found; tried %1").arg(tried.join(QStringLiteral("; ")));
+    if (!remedy.isEmpty()) {
+        *message += QStringLiteral("; ") + remedy;
+    }
     return kExitNoCharger;
 }
 

@@ -110,10 +110,14 @@ int Ports(const Invocation& inv, FILE* out, FILE* err) {
     const link::PortList ports = PortsFor(inv.port);
     QJsonArray list;
     const auto session = OpenSession(inv.port, err);
+    QString remedy;  // said once, however many ports it concerns
     for (int n : ports.numbers()) {
         const QString device = ports.deviceFor(n);
         const session::ProbeResult r = session->search({device}).front();
         session->close();
+        if (remedy.isEmpty()) {
+            remedy = r.refusal.remedy;
+        }
         const bool charger = r.charger;
         const QString status = !r.opened    ? r.openError
                                : r.charger  ? QStringLiteral("charger")
@@ -136,6 +140,9 @@ int Ports(const Invocation& inv, FILE* out, FILE* err) {
         printJson(out, list);
     } else if (ports.numbers().isEmpty()) {
         print(err, QStringLiteral("zunctl: there are no serial ports"));
+    }
+    if (!remedy.isEmpty()) {
+        print(err, QStringLiteral("zunctl: ") + remedy);
     }
     return kExitDone;
 }

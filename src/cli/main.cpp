@@ -1,4 +1,5 @@
 #include "cli/invocation.h"
+#include "link/build_info.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -10,6 +11,12 @@ int main(int argc, char** argv) {
     QStringList arguments;
     for (int i = 1; i < argc; ++i) {
         arguments << QString::fromLocal8Bit(argv[i]);
+    }
+    // Answered before the parser, which would ask for a command; wherever it stands, as zun
+    // and zun-sim do.
+    if (arguments.contains(QStringLiteral("--version"))) {
+        printf("zunctl %s\n", zun::link::BuildInfo::versionLine().toUtf8().constData());
+        return zun::cli::kExitDone;
     }
     zun::cli::Invocation invocation;
     QString message;

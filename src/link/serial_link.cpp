@@ -24,13 +24,16 @@ bool SerialLink::open() {
     if (port_.isOpen()) {
         return true;
     }
+    lastRefusal_ = PortRefusal();
     if (device_.isEmpty()) {
         lastError_ = QStringLiteral("no port chosen");
         return false;
     }
     port_.setPortName(device_);
     if (!port_.open(QIODevice::ReadWrite)) {
-        lastError_ = describe(port_.error());
+        lastRefusal_ = PortRefusal::For(device_, port_.error(), DeviceAccess::Of(device_));
+        lastError_ = lastRefusal_.kind == PortRefusal::Kind::Other ? describe(port_.error())
+                                                                   : lastRefusal_.reason;
         port_.clearError();
         return false;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "link/exchange.h"
+#include "link/port_refusal.h"
 
 #include <QObject>
 #include <QSerialPort>
@@ -26,6 +27,8 @@ public:
     bool isOpen() const { return port_.isOpen(); }
     // Plain words for the last failure to open or use the port (busy, no permission, gone).
     QString lastError() const { return lastError_; }
+    // Why the last open failed, with what the user can do about it; kind None after a success.
+    const PortRefusal& lastRefusal() const { return lastRefusal_; }
 
     QString SendFrame(const QString& frame) override;
     void WaitSeconds(float seconds) override;
@@ -45,6 +48,7 @@ private:
     QSerialPort port_;
     QString device_;
     QString lastError_;
+    PortRefusal lastRefusal_;
 };
 
 }  // namespace zun::link

@@ -93,6 +93,10 @@ QString ChargerSession::lastError() const {
     return serial_ != nullptr ? serial_->lastError() : QString();
 }
 
+link::PortRefusal ChargerSession::lastRefusal() const {
+    return serial_ != nullptr ? serial_->lastRefusal() : link::PortRefusal();
+}
+
 bool ChargerSession::canOpen(const QString& device) {
     setDevice(device);
     const bool ok = open();
@@ -122,6 +126,7 @@ std::vector<ProbeResult> ChargerSession::search(const QStringList& devices) {
         r.opened = open();
         if (!r.opened) {
             r.openError = lastError();
+            r.refusal = lastRefusal();
             results.push_back(r);
             continue;
         }

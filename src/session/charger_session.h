@@ -4,6 +4,7 @@
 #include "datalog/log_download.h"
 #include "datalog/run_time.h"
 #include "link/exchange.h"
+#include "link/port_refusal.h"
 #include "link/stored_settings.h"
 #include "profile/profile_pages.h"
 
@@ -51,9 +52,10 @@ struct PageResult {
 struct ProbeResult {
     QString device;
     bool opened = false;
-    QString openError;      // in plain words, when it did not open
-    bool answered = false;  // anything came back
-    bool charger = false;   // the exact probe answer came back
+    QString openError;          // in plain words, when it did not open
+    link::PortRefusal refusal;  // why it did not open, and what grants access
+    bool answered = false;      // anything came back
+    bool charger = false;       // the exact probe answer came back
 };
 
 // The one conversation with a charger, shared by the window and zunctl: port choice and search,
@@ -73,6 +75,8 @@ public:
     void close();
     // Plain words for the last failure to open or use the port.
     QString lastError() const;
+    // Why the last open was refused, and what grants access; none without a serial link.
+    link::PortRefusal lastRefusal() const;
     // Whether the device opens now; it is closed again either way.
     bool canOpen(const QString& device);
 

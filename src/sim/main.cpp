@@ -1,3 +1,4 @@
+#include "link/build_info.h"
 #include "sim/charge_log.h"
 #include "sim/pty_host.h"
 #include "sim/virtual_charger.h"
@@ -49,12 +50,14 @@ int main(int argc, char* argv[]) {
 
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("zun-sim"));
+    QCoreApplication::setApplicationVersion(zun::link::BuildInfo::versionLine());
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "Virtual charger on a pseudo-terminal. Prints the device path, serves until SIGINT or "
         "SIGTERM."));
     parser.addHelpOption();
+    parser.addVersionOption();
     const QList<QCommandLineOption> options = {
         {QStringLiteral("link"), QStringLiteral("Make a symbolic link PATH to the device."),
          QStringLiteral("PATH")},

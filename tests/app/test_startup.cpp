@@ -3,11 +3,13 @@
 #include "app/profile_editor.h"
 #include "lang/english_captions.h"
 #include "lang/key_table.h"
+#include "link/build_info.h"
 #include "sim/pty_host.h"
 #include "sim/virtual_charger.h"
 
 #include <QAbstractButton>
 #include <QSerialPort>
+#include <QStatusBar>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -90,6 +92,8 @@ private slots:
     void languageChoiceAppliesAndIsRemembered();
     void closingReleasesThePort();
     void unpluggedAdapterShowsNoConnection();
+    void busyPortIsNamedInTheStatusBar();
+    void aboutBoxShowsVersionAndCommit();
 };
 
 void TestStartup::findsTheChargerOnTheThirdPort() {
@@ -275,6 +279,49 @@ void TestStartup::unpluggedAdapterShowsNoConnection() {
     runTime->click();
     QTRY_COMPARE(labelText(*w, "Label0(1)"), QStringLiteral("No Connection"));
     QCOMPARE(w->getDataPage()->TxtGetText(0), QString());
+}
+
+void TestStartup::busyPortIsNamedInTheStatusBar() {
+    Charger held, free;
+    QSerialPort other(held.device());
+    QVERIFY(other.open(QIODevice::ReadWrite));
+    auto w = startWindow({held.device(), free.device()});
+    // The list is as before: the held port is left out and the free one connects.
+    QCOMPARE(w->CboPort->count(), 1);
+    QCOMPARE(w->CboPort->itemData(0, Qt::ToolTipRole).toString(), free.device());
+    QCOMPARE(labelText(*w, "Label0(1)"), QStringLiteral("Connection OK"));
+    QCOMPARE(w->statusBar()->currentMessage(),
+             QStringLiteral("%1: busy: another program is using the port").arg(held.device()));
+
+    // Nothing refused: no status bar at all, the window looks as it always did.
+    other.close();
+    auto plain = startWindow({held.device()});
+    QVERIFY(plain->findChild<QStatusBar*>() == nullptr);
+
+    // A port taken by another program after start-up: choosing it again says so beside the
+    // "No Connection" label.
+    plain->show();
+    QVERIFY(plain->close());
+    QVERIFY(other.open(QIODevice::ReadWrite));
+    plain->selectPort(0);
+    QCOMPARE(labelText(*plain, "Label0(1)"), QStringLiteral("No Connection"));
+    QCOMPARE(plain->statusBar()->currentMessage(),
+             QStringLiteral("%1: busy: another program is using the port").arg(held.device()));
+}
+
+void TestStartup::aboutBoxShowsVersionAndCommit() {
+    auto w = startWindow({});
+    auto* about = w->findChild<QAction*>(QStringLiteral("ActAbout"));
+    QVERIFY(about);
+    const QString text = app::FrmMain::AboutText();
+    QVERIFY2(text.startsWith(w->windowTitle() + QLatin1Char('\n')), qPrintable(text));
+    QVERIFY2(text.contains(QStringLiteral("Version %1, commit %2")
+                               .arg(link::BuildInfo::version(), link::BuildInfo::commit())),
+             qPrintable(text));
+    QCOMPARE(link::BuildInfo::version(), QStringLiteral("%1.%2.%3")
+                                             .arg(ZUN_VERSION_MAJOR)
+                                             .arg(ZUN_VERSION_MINOR)
+                                             .arg(ZUN_VERSION_PATCH));
 }
 
 QTEST_MAIN(TestStartup)

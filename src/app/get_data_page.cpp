@@ -65,13 +65,6 @@ QString trimBlanks(const QString& text) {
     return text.mid(from, to - from);
 }
 
-QPushButton* makeButton(const QString& name, const QString& caption) {
-    auto* b = new QPushButton(caption);
-    b->setObjectName(name);
-    b->setAutoDefault(false);
-    return b;
-}
-
 // A focus change that the user made on this window, not a window switch or a popup.
 bool isOwnFocusChange(const QEvent* event) {
     const auto reason = static_cast<const QFocusEvent*>(event)->reason();
@@ -96,11 +89,8 @@ void GetDataPage::buildUi() {
     buildReadings(fm);
     buildLogTable(fm);
     buildLogControls(fm);
-    buildFileAndChartButtons();
-    PB = new QWidget;
-    PB->setObjectName(QStringLiteral("PB"));
-    PP = new LogChartView(table_, chargeAh_);
-    PP->setObjectName(QStringLiteral("PP"));
+    buildFileButtons();
+    buildChart();
     arrange();
 
     setTabOrder(CmdGetOK[1], CmdGetOK[0]);
@@ -121,9 +111,9 @@ void GetDataPage::buildUi() {
 // The three request buttons and the two reading boxes.
 void GetDataPage::buildReadings(const QFontMetrics& fm) {
     // Index order is the handler's; "Charger V I" stands first on the page.
-    CmdGetOK[0] = makeButton(QStringLiteral("CmdGetOK(0)"), QStringLiteral("Total Run Time"));
-    CmdGetOK[1] = makeButton(QStringLiteral("CmdGetOK(1)"), QStringLiteral("Charger V I"));
-    CmdGetOK[2] = makeButton(QStringLiteral("CmdGetOK(2)"), QStringLiteral("Data Log"));
+    CmdGetOK[0] = MakeButton(QStringLiteral("CmdGetOK(0)"), QStringLiteral("Total Run Time"));
+    CmdGetOK[1] = MakeButton(QStringLiteral("CmdGetOK(1)"), QStringLiteral("Charger V I"));
+    CmdGetOK[2] = MakeButton(QStringLiteral("CmdGetOK(2)"), QStringLiteral("Data Log"));
     for (int i = 0; i < 3; ++i) {
         BusyGuard::MarkExchangeStarter(CmdGetOK[i]);
         connect(CmdGetOK[i], &QPushButton::clicked, this, [this, i] { CmdGetOK_Click(i); });
@@ -188,19 +178,22 @@ void GetDataPage::buildLogControls(const QFontMetrics& fm) {
     LabDownDisp->setVisible(false);
 }
 
-void GetDataPage::buildFileAndChartButtons() {
-    CmdGetSave = makeButton(QStringLiteral("CmdGetSave"), QStringLiteral("Save"));
-    CmdGetOpen = makeButton(QStringLiteral("CmdGetOpen"), QStringLiteral("Open"));
-    CmdPrint = makeButton(QStringLiteral("CmdPrint"), QStringLiteral("Print"));
-    CmdExportPdf = makeButton(QStringLiteral("CmdExportPdf"), QStringLiteral("Export PDF"));
-    CmdExportPng = makeButton(QStringLiteral("CmdExportPng"), QStringLiteral("Export PNG"));
+void GetDataPage::buildFileButtons() {
+    CmdGetSave = MakeButton(QStringLiteral("CmdGetSave"), QStringLiteral("Save"));
+    CmdGetOpen = MakeButton(QStringLiteral("CmdGetOpen"), QStringLiteral("Open"));
     CmdGetSave->setEnabled(false);
-    setChartButtons(false);
     connect(CmdGetSave, &QPushButton::clicked, this, [this] { CmdGetSave_Click(); });
     connect(CmdGetOpen, &QPushButton::clicked, this, [this] { CmdGetOpen_Click(); });
-    connect(CmdPrint, &QPushButton::clicked, this, [this] { CmdPrint_Click(); });
-    connect(CmdExportPdf, &QPushButton::clicked, this, [this] { CmdExportPdf_Click(); });
-    connect(CmdExportPng, &QPushButton::clicked, this, [this] { CmdExportPng_Click(); });
+}
+
+void GetDataPage::buildChart() {
+    const ChartPanel::Source source{table_, chargeAh_, [this] { return LabTime->text(); },
+                                    [this] { return TxtGetDesc->text(); }};
+    PB = new ChartPanel(source, dialogs, lastFolder_);
+    PP = PB->PP;
+    CmdPrint = PB->CmdPrint;
+    CmdExportPdf = PB->CmdExportPdf;
+    CmdExportPng = PB->CmdExportPng;
 }
 
 void GetDataPage::arrange() {
@@ -238,16 +231,6 @@ void GetDataPage::arrange() {
     files->addWidget(CmdGetOpen);
     files->addStretch(1);
     lv->addLayout(files);
-
-    auto* pv = new QVBoxLayout(PB);
-    pv->setContentsMargins(0, 0, 0, 0);
-    pv->addWidget(PP, 1);
-    auto* outputs = new QHBoxLayout;
-    outputs->addStretch(1);
-    outputs->addWidget(CmdPrint);
-    outputs->addWidget(CmdExportPdf);
-    outputs->addWidget(CmdExportPng);
-    pv->addLayout(outputs);
 
     auto* h = new QHBoxLayout(this);
     h->addWidget(left);
@@ -326,9 +309,7 @@ void GetDataPage::parkFocus() {
 }
 
 void GetDataPage::setChartButtons(bool enabled) {
-    CmdPrint->setEnabled(enabled);
-    CmdExportPdf->setEnabled(enabled);
-    CmdExportPng->setEnabled(enabled);
+    PB->setButtons(enabled);
 }
 
 void GetDataPage::CmdGetOK_Click(int Index) {
@@ -484,90 +465,15 @@ void GetDataPage::CmdGetOpen_Click() {
 }
 
 void GetDataPage::CmdPrint_Click() {
-    try {
-        QPrinter printer(QPrinter::HighResolution);
-        printer.setPageOrientation(QPageLayout::Landscape);
-        printer.setDocName(QStringLiteral("Data Log"));
-        printer.setFromTo(1, 1);
-        bool accepted = false;
-        if (dialogs.print) {
-            accepted = dialogs.print(printer);
-        } else {
-            QPrintDialog dialog(&printer, this);
-            dialog.setOption(QAbstractPrintDialog::PrintPageRange, false);
-            accepted = dialog.exec() == QDialog::Accepted;
-        }
-        if (!accepted) {
-            return;
-        }
-        QPainter painter;
-        if (!painter.begin(&printer)) {
-            tellError(QStringLiteral("The chart could not be printed: the printer did not start."));
-            return;
-        }
-        const datalog::ChartData data{table_, chargeAh_, LabTime->text(), TxtGetDesc->text()};
-        datalog::DrawLogChart(painter, QRectF(0, 0, printer.width(), printer.height()), data);
-        painter.end();
-    } catch (...) {
-    }
-}
-
-QString GetDataPage::exportPath(const QString& suffix, const QString& filter) {
-    QString name = datalog::DefaultLogFileName(QDateTime::currentDateTime());
-    name = name.left(name.size() - 4) + QLatin1Char('.') + suffix;
-    const QString proposed = QDir(lastFolder_).filePath(name);
-    QString path;
-    if (dialogs.exportName) {
-        path = dialogs.exportName(proposed, filter);
-    } else {
-        QFileDialog dialog(this, QStringLiteral("Export Chart"), proposed, filter);
-        dialog.setAcceptMode(QFileDialog::AcceptSave);
-        dialog.setDefaultSuffix(suffix);
-        dialog.selectFile(proposed);
-        if (dialog.exec() == QDialog::Accepted && !dialog.selectedFiles().isEmpty()) {
-            path = dialog.selectedFiles().constFirst();
-        }
-    }
-    if (path.isEmpty()) {
-        return path;
-    }
-    if (QFileInfo(path).suffix().compare(suffix, Qt::CaseInsensitive) != 0) {
-        path += QLatin1Char('.') + suffix;
-    }
-    lastFolder_ = QFileInfo(path).absolutePath();
-    return path;
+    PB->CmdPrint_Click();
 }
 
 void GetDataPage::CmdExportPdf_Click() {
-    exportChart(QStringLiteral("pdf"), QStringLiteral("PDF (*.pdf)"),
-                [](const datalog::ChartData& data, const QString& path) {
-                    return datalog::ExportChartPdf(data, path);
-                });
+    PB->CmdExportPdf_Click();
 }
 
 void GetDataPage::CmdExportPng_Click() {
-    exportChart(QStringLiteral("png"), QStringLiteral("PNG (*.png)"),
-                [](const datalog::ChartData& data, const QString& path) {
-                    return datalog::SaveChartPng(data, exportImageSize(), path);
-                });
-}
-
-void GetDataPage::exportChart(
-    const QString& suffix, const QString& filter,
-    const std::function<datalog::FileResult(const datalog::ChartData&, const QString&)>& write) {
-    try {
-        const QString path = exportPath(suffix, filter);
-        if (path.isEmpty()) {
-            return;
-        }
-        const datalog::ChartData data{table_, chargeAh_, LabTime->text(), TxtGetDesc->text()};
-        const datalog::FileResult r = write(data, path);
-        if (!r.ok) {
-            tellError(QStringLiteral("The chart was not exported to '%1': %2")
-                          .arg(QDir::toNativeSeparators(path), r.error));
-        }
-    } catch (...) {
-    }
+    PB->CmdExportPng_Click();
 }
 
 void GetDataPage::TxtRow_LostFocus(int Index) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/chart_panel.h"
+#include "app/log_dialogs.h"
 #include "app/window_state.h"
 #include "datalog/log_chart.h"
 #include "datalog/log_table_model.h"
@@ -46,18 +48,7 @@ public:
     // Charts the table as it stands, with the time stamp and the description shown.
     void DrawLogChart();
 
-    // Every file dialog and message box of the page goes through these; an empty member means
-    // the real dialog. A file name hook returns the empty text for a cancelled dialog.
-    struct Dialogs {
-        std::function<QString(const QString& proposedPath)> saveLogName;
-        std::function<QString(const QString& preset)> openLogName;
-        std::function<QString(const QString& proposedPath, const QString& filter)> exportName;
-        std::function<bool(const QString& question)> askYesNo;
-        std::function<void(const QString& text)> information;
-        std::function<void(const QString& text)> error;
-        // Shows the print dialog for the printer; true when the user chose to print.
-        std::function<bool(QPrinter& printer)> print;
-    };
+    using Dialogs = LogDialogs;
     Dialogs dialogs;
 
     const datalog::LogTableModel& logTable() const { return table_; }
@@ -66,7 +57,7 @@ public:
     // The exact text last put in TxtGet(index), CR LF included.
     QString TxtGetText(int index) const;
     // The size a PNG export is written at.
-    static QSize exportImageSize() { return {1920, 1080}; }
+    static QSize exportImageSize() { return ChartPanel::exportImageSize(); }
 
     std::array<QPushButton*, 3> CmdGetOK{};
     std::array<QPlainTextEdit*, 2> TxtGet{};
@@ -82,7 +73,7 @@ public:
     QPushButton* CmdPrint = nullptr;
     QPushButton* CmdExportPdf = nullptr;
     QPushButton* CmdExportPng = nullptr;
-    QWidget* PB = nullptr;       // the chart area: plot surface and its buttons
+    ChartPanel* PB = nullptr;    // the chart area: plot surface and its buttons
     LogChartView* PP = nullptr;  // the plot surface
 
 protected:
@@ -94,7 +85,8 @@ private:
     void buildReadings(const QFontMetrics& fm);
     void buildLogTable(const QFontMetrics& fm);
     void buildLogControls(const QFontMetrics& fm);
-    void buildFileAndChartButtons();
+    void buildFileButtons();
+    void buildChart();
     // Left: readings, the table and its file controls; right: the chart and its outputs.
     void arrange();
     void fitLeftColumn();
@@ -105,11 +97,6 @@ private:
     void setBoxText(int index, const QString& text);
     void parkFocus();
     void setChartButtons(bool enabled);
-    QString exportPath(const QString& suffix, const QString& filter);
-    // Asks for a file name and writes the chart there with write; a failure is shown.
-    void exportChart(
-        const QString& suffix, const QString& filter,
-        const std::function<datalog::FileResult(const datalog::ChartData&, const QString&)>& write);
 
     QString askSaveLogName(const QString& proposedPath);
     QString askOpenLogName(const QString& preset);

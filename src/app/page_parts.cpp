@@ -31,6 +31,13 @@ QLineEdit* AddFieldRow(QGridLayout* grid, int row, QLabel* caption, const QStrin
     return box;
 }
 
+QPushButton* MakeButton(const QString& name, const QString& caption) {
+    auto* b = new QPushButton(caption);
+    b->setObjectName(name);
+    b->setAutoDefault(false);
+    return b;
+}
+
 QPushButton* MakeWriteButton(const QString& name, const QString& toolTip) {
     auto* b = new QPushButton(QStringLiteral("Write page"));
     b->setObjectName(name);

@@ -26,6 +26,9 @@ QGridLayout* MakeFieldGrid();
 QLineEdit* AddFieldRow(QGridLayout* grid, int row, QLabel* caption, const QString& boxName,
                        QLabel* unit);
 
+// A plain named button that never acts as the dialog's default.
+QPushButton* MakeButton(const QString& name, const QString& caption);
+
 // The page's own write button: starts an exchange, so clicks are held off while one runs.
 QPushButton* MakeWriteButton(const QString& name, const QString& toolTip);
 

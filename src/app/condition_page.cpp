@@ -1,13 +1,10 @@
 #include "app/condition_page.h"
 
-#include "app/busy_guard.h"
 #include "app/page_parts.h"
 #include "app/profile_editor.h"
 #include "app/protection_page.h"
 #include "app/stages_page.h"
 #include "link/codec.h"
-#include "link/frames.h"
-#include "link/serial_link.h"
 #include "profile/consistency_check.h"
 #include "profile/field_corrections.h"
 #include "profile/profile_switch.h"

@@ -1,12 +1,9 @@
 #include "app/general_page.h"
 
-#include "app/busy_guard.h"
 #include "app/page_parts.h"
 #include "app/profile_editor.h"
 #include "app/protection_page.h"
 #include "link/codec.h"
-#include "link/frames.h"
-#include "link/serial_link.h"
 #include "profile/field_corrections.h"
 #include "profile/nominal_voltage.h"
 #include "profile/page_frames.h"

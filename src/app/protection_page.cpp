@@ -1,10 +1,7 @@
 #include "app/protection_page.h"
 
-#include "app/busy_guard.h"
 #include "app/page_parts.h"
 #include "app/profile_editor.h"
-#include "link/frames.h"
-#include "link/serial_link.h"
 #include "profile/field_corrections.h"
 #include "profile/page_frames.h"
 

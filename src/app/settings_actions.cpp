@@ -4,7 +4,6 @@
 #include "app/frm_main.h"
 #include "app/profile_editor.h"
 #include "link/codec.h"
-#include "link/frames.h"
 #include "profile/page_frames.h"
 #include "profile/profile_switch.h"
 #include "profile/settings_compare.h"

@@ -1,12 +1,9 @@
 #include "app/stages_page.h"
 
-#include "app/busy_guard.h"
 #include "app/condition_page.h"
 #include "app/page_parts.h"
 #include "app/profile_editor.h"
 #include "app/protection_page.h"
-#include "link/frames.h"
-#include "link/serial_link.h"
 #include "profile/field_corrections.h"
 #include "profile/stage_layout.h"
 

@@ -28,6 +28,8 @@ private:
 
 // The exchange every operation goes through: it reports each reply and, once a cancel has been
 // requested, sends nothing more, so that a transfer in progress runs out at its next exchange.
+// It must pass on every member of Exchange: one left to its default would hide from the log
+// transfer what the real line reports.
 class ChargerSession::Line : public link::Exchange {
 public:
     explicit Line(ChargerSession& s) : s_(s) {}

@@ -178,6 +178,42 @@ private slots:
         QVERIFY(win.editor()->anyCond()->CmdOKn->isEnabled() && win.editor()->CmdOK->isEnabled());
     }
 
+    // Every exchange a button starts runs with the window busy (busy cursor, other starters
+    // held off), and the window is idle again afterwards.
+    void exchangesRunBusy_data() {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<int>("requests");
+        for (const char* b : {"CmdOK0", "CmdOK1", "CmdOK2", "CmdOK3", "CmdOK4", "CmdOK"}) {
+            QTest::newRow(b) << b << -1;
+        }
+        QTest::newRow("run time") << "CmdGetOK(0)" << 1;
+        QTest::newRow("live") << "CmdGetOK(1)" << 1;
+        QTest::newRow("data log") << "CmdGetOK(2)" << -1;
+    }
+
+    void exchangesRunBusy() {
+        QFETCH(QString, button);
+        QFETCH(int, requests);
+        Charger c;
+        const auto window = c.inProcess();
+        Window& win = *window;
+        // Writable as it stands, whatever the identified charger fixed.
+        win.editor()->nominalVoltage()->setEnabled(true);
+        QStringList seen;
+        c.charger.setRequestListener([&](const QString& frame) {
+            seen << frame.left(6) + (win.state().busy->busy() ? "+busy" : "-idle");
+        });
+        win.find<QPushButton>(button)->setEnabled(true);
+        win.find<QPushButton>(button)->click();
+        c.charger.setRequestListener({});
+        QVERIFY(!seen.isEmpty());
+        if (requests >= 0) {
+            QCOMPARE(seen.size(), requests);
+        }
+        QCOMPARE(seen.filter("-idle"), QStringList());
+        QVERIFY(!win.state().busy->busy());
+    }
+
     void refusedWritesSendNothing_data() { AddRows(kRefused); }
 
     void refusedWritesSendNothing() {

@@ -79,6 +79,137 @@ QString UsageText() {
         "4 verify found fields that differ.\n");
 }
 
+namespace {
+
+// The command and its files; nullptr with a message when the command line names none.
+const CommandRule* findCommand(const QStringList& positional, Invocation& inv, QString* message) {
+    inv.command = positional.first();
+    inv.arguments = positional.mid(1);
+    const CommandRule* rule = nullptr;
+    for (const CommandRule& s : Commands()) {
+        if (inv.command == QLatin1String(s.name)) {
+            rule = &s;
+        }
+    }
+    if (!rule) {
+        *message = QStringLiteral("\"%1\" is not a command").arg(inv.command);
+        return nullptr;
+    }
+    if (inv.arguments.size() != rule->files) {
+        *message = rule->files == 0 ? QStringLiteral("%1 takes no file").arg(inv.command)
+                                    : QStringLiteral("%1 needs one file").arg(inv.command);
+        return nullptr;
+    }
+    return rule;
+}
+
+// Options that mean nothing for the command are refused rather than ignored.
+bool optionsFit(const QCommandLineParser& parser, const CommandRule& rule, const QString& command,
+                QString* message) {
+    QSet<QString> allowed = rule.allows;
+    if (rule.talks) {
+        allowed << QStringLiteral("device") << QStringLiteral("only-given-ports")
+                << QStringLiteral("trace");
+        if (command != QLatin1String("ports")) {
+            allowed << QStringLiteral("port");
+        }
+    }
+    if (rule.json) {
+        allowed << QStringLiteral("json");
+    }
+    for (const QString& name : parser.optionNames()) {
+        const QString canonical = name == QLatin1String("output") ? QStringLiteral("o") : name;
+        if (!allowed.contains(canonical)) {
+            *message = QStringLiteral("%1 does not take --%2").arg(command, name);
+            return false;
+        }
+    }
+    return true;
+}
+
+// The options' values as given; the checks come after.
+bool readValues(const QCommandLineParser& parser, Invocation& inv, QString* message) {
+    const QStringList ports = parser.values(QStringLiteral("port"));
+    if (ports.size() > 1) {
+        *message = QStringLiteral("--port names one port; --device numbers several");
+        return false;
+    }
+    inv.port.port = ports.value(0);
+    inv.port.devices = parser.values(QStringLiteral("device"));
+    inv.port.systemDevices = !parser.isSet(QStringLiteral("only-given-ports"));
+    inv.port.trace = parser.isSet(QStringLiteral("trace"));
+    inv.json = parser.isSet(QStringLiteral("json"));
+    inv.output = parser.value(QStringLiteral("o"));
+    inv.dryRun = parser.isSet(QStringLiteral("dry-run"));
+    inv.model = parser.value(QStringLiteral("model"));
+    inv.description = parser.value(QStringLiteral("desc"));
+    inv.from = parser.value(QStringLiteral("from"));
+    inv.to = parser.value(QStringLiteral("to"));
+    return true;
+}
+
+// The values that must have a form: profile, pages, model, record range, chart size.
+bool valuesFit(const QCommandLineParser& parser, Invocation& inv, QString* message) {
+    if (parser.isSet(QStringLiteral("profile"))) {
+        const QString p = parser.value(QStringLiteral("profile"));
+        if (p != QLatin1String("1") && p != QLatin1String("2")) {
+            *message = QStringLiteral("--profile is 1 or 2, not \"%1\"").arg(p);
+            return false;
+        }
+        inv.profile = p.toInt() - 1;
+    }
+    if (parser.isSet(QStringLiteral("pages")) &&
+        !profile::ParsePages(parser.value(QStringLiteral("pages")), inv.pages, message)) {
+        return false;
+    }
+    if (!inv.model.isEmpty()) {
+        bool ok = false;
+        const int code = inv.model.toInt(&ok);
+        if (!inv.dryRun || !ok || code < 0 || code > 0xFFFF) {
+            *message = inv.dryRun ? QStringLiteral("--model wants a model code such as 3110")
+                                  : QStringLiteral("--model goes with --dry-run only");
+            return false;
+        }
+        inv.model = QString::number(code);
+    }
+    for (const QString& name : {QStringLiteral("from"), QStringLiteral("to")}) {
+        if (parser.isSet(name)) {
+            bool ok = false;
+            const int n = parser.value(name).toInt(&ok);
+            if (!ok || n < 1) {
+                *message = QStringLiteral("--%1 wants a record number from 1").arg(name);
+                return false;
+            }
+        }
+    }
+    if (parser.isSet(QStringLiteral("size"))) {
+        static const QRegularExpression wxh(QStringLiteral("^(\\d{2,5})x(\\d{2,5})$"));
+        const QRegularExpressionMatch m = wxh.match(parser.value(QStringLiteral("size")));
+        const int w = m.captured(1).toInt();
+        const int h = m.captured(2).toInt();
+        if (!m.hasMatch() || w < 200 || h < 150 || w > 10000 || h > 10000) {
+            *message = QStringLiteral(
+                "--size wants WIDTHxHEIGHT in pixels, 200x150 to "
+                "10000x10000");
+            return false;
+        }
+        inv.chartSize = QSize(w, h);
+    }
+    const bool needsOutput =
+        inv.command == QLatin1String("log") || inv.command == QLatin1String("chart");
+    if (needsOutput && inv.output.isEmpty()) {
+        *message = QStringLiteral("%1 needs -o FILE").arg(inv.command);
+        return false;
+    }
+    if (parser.isSet(QStringLiteral("o")) && inv.output.isEmpty()) {
+        *message = QStringLiteral("-o needs a file name");
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
 int ParseCommandLine(const QStringList& arguments, Invocation& inv, QString* message,
                      bool* helpShown) {
     *helpShown = false;
@@ -115,114 +246,9 @@ int ParseCommandLine(const QStringList& arguments, Invocation& inv, QString* mes
         *message = QStringLiteral("no command given");
         return kExitUsage;
     }
-    inv.command = positional.first();
-    inv.arguments = positional.mid(1);
-    const CommandRule* rule = nullptr;
-    for (const CommandRule& s : Commands()) {
-        if (inv.command == QLatin1String(s.name)) {
-            rule = &s;
-        }
-    }
-    if (!rule) {
-        *message = QStringLiteral("\"%1\" is not a command").arg(inv.command);
-        return kExitUsage;
-    }
-    if (inv.arguments.size() != rule->files) {
-        *message = rule->files == 0 ? QStringLiteral("%1 takes no file").arg(inv.command)
-                                    : QStringLiteral("%1 needs one file").arg(inv.command);
-        return kExitUsage;
-    }
-
-    // Options that mean nothing for the command are refused rather than ignored.
-    QSet<QString> allowed = rule->allows;
-    if (rule->talks) {
-        allowed << QStringLiteral("device") << QStringLiteral("only-given-ports")
-                << QStringLiteral("trace");
-        if (inv.command != QLatin1String("ports")) {
-            allowed << QStringLiteral("port");
-        }
-    }
-    if (rule->json) {
-        allowed << QStringLiteral("json");
-    }
-    for (const QString& name : parser.optionNames()) {
-        const QString canonical = name == QLatin1String("output") ? QStringLiteral("o") : name;
-        if (!allowed.contains(canonical)) {
-            *message = QStringLiteral("%1 does not take --%2").arg(inv.command, name);
-            return kExitUsage;
-        }
-    }
-
-    const QStringList ports = parser.values(QStringLiteral("port"));
-    if (ports.size() > 1) {
-        *message = QStringLiteral("--port names one port; --device numbers several");
-        return kExitUsage;
-    }
-    inv.port.port = ports.value(0);
-    inv.port.devices = parser.values(QStringLiteral("device"));
-    inv.port.systemDevices = !parser.isSet(QStringLiteral("only-given-ports"));
-    inv.port.trace = parser.isSet(QStringLiteral("trace"));
-    inv.json = parser.isSet(QStringLiteral("json"));
-    inv.output = parser.value(QStringLiteral("o"));
-    inv.dryRun = parser.isSet(QStringLiteral("dry-run"));
-    inv.model = parser.value(QStringLiteral("model"));
-    inv.description = parser.value(QStringLiteral("desc"));
-    inv.from = parser.value(QStringLiteral("from"));
-    inv.to = parser.value(QStringLiteral("to"));
-
-    if (parser.isSet(QStringLiteral("profile"))) {
-        const QString p = parser.value(QStringLiteral("profile"));
-        if (p != QLatin1String("1") && p != QLatin1String("2")) {
-            *message = QStringLiteral("--profile is 1 or 2, not \"%1\"").arg(p);
-            return kExitUsage;
-        }
-        inv.profile = p.toInt() - 1;
-    }
-    if (parser.isSet(QStringLiteral("pages")) &&
-        !profile::ParsePages(parser.value(QStringLiteral("pages")), inv.pages, message)) {
-        return kExitUsage;
-    }
-    if (!inv.model.isEmpty()) {
-        bool ok = false;
-        const int code = inv.model.toInt(&ok);
-        if (!inv.dryRun || !ok || code < 0 || code > 0xFFFF) {
-            *message = inv.dryRun ? QStringLiteral("--model wants a model code such as 3110")
-                                  : QStringLiteral("--model goes with --dry-run only");
-            return kExitUsage;
-        }
-        inv.model = QString::number(code);
-    }
-    for (const QString& name : {QStringLiteral("from"), QStringLiteral("to")}) {
-        if (parser.isSet(name)) {
-            bool ok = false;
-            const int n = parser.value(name).toInt(&ok);
-            if (!ok || n < 1) {
-                *message = QStringLiteral("--%1 wants a record number from 1").arg(name);
-                return kExitUsage;
-            }
-        }
-    }
-    if (parser.isSet(QStringLiteral("size"))) {
-        static const QRegularExpression wxh(QStringLiteral("^(\\d{2,5})x(\\d{2,5})$"));
-        const QRegularExpressionMatch m = wxh.match(parser.value(QStringLiteral("size")));
-        const int w = m.captured(1).toInt();
-        const int h = m.captured(2).toInt();
-        if (!m.hasMatch() || w < 200 || h < 150 || w > 10000 || h > 10000) {
-            *message = QStringLiteral(
-                "--size wants WIDTHxHEIGHT in pixels, 200x150 to "
-                "10000x10000");
-            return kExitUsage;
-        }
-        inv.chartSize = QSize(w, h);
-    }
-    const bool needsOutput =
-        inv.command == QLatin1String("log") || inv.command == QLatin1String("chart");
-    if (needsOutput && inv.output.isEmpty()) {
-        *message = QStringLiteral("%1 needs -o FILE").arg(inv.command);
-        return kExitUsage;
-    }
-    if (parser.isSet(QStringLiteral("o")) && inv.output.isEmpty()) {
-        *message = QStringLiteral("-o needs a file name");
+    const CommandRule* rule = findCommand(positional, inv, message);
+    if (rule == nullptr || !optionsFit(parser, *rule, inv.command, message) ||
+        !readValues(parser, inv, message) || !valuesFit(parser, inv, message)) {
         return kExitUsage;
     }
     return kExitDone;

@@ -38,6 +38,8 @@ void closeFd(int& fd) {
 struct Outgoing {
     QByteArray bytes;
     int delayMs = 0;
+    bool endless = false;
+    bool vanish = false;
     bool started = false;
     Clock::time_point start;
     int written = 0;
@@ -174,8 +176,9 @@ void PtyHost::run() {
     Clock::time_point lineFree = Clock::now();
     Clock::time_point lastInput = lineFree;
     char buffer[4096];
+    bool vanished = false;
 
-    while (!stopping_) {
+    while (!stopping_ && !vanished) {
         Clock::time_point now = Clock::now();
         const bool paced = pacing_;
         bool blocked = false;
@@ -206,8 +209,17 @@ void PtyHost::run() {
             if (o.written < o.bytes.size()) {
                 break;
             }
+            if (o.endless) {
+                // Keep a little ahead of the line, so that it never runs dry.
+                o.bytes.append(EndlessFiller());
+                continue;
+            }
             lineFree = paced ? byteDue(o.start, o.bytes.size()) : now;
+            vanished = o.vanish;
             out.pop_front();
+            if (vanished) {
+                break;
+            }
         }
 
         int timeout = 500;
@@ -233,10 +245,17 @@ void PtyHost::run() {
             const ssize_t n = ::read(master_, buffer, sizeof buffer);
             if (n > 0) {
                 lastInput = now;
+                // A new request ends an endless reply.
+                while (!out.empty() && out.back().endless) {
+                    lineFree = now;
+                    out.pop_back();
+                }
                 for (Reply& r : charger_.feed(QByteArray(buffer, int(n)))) {
                     Outgoing o;
                     o.bytes = std::move(r.bytes);
                     o.delayMs = r.firstByteDelayMs;
+                    o.endless = r.endless;
+                    o.vanish = r.vanish;
                     out.push_back(std::move(o));
                 }
             }
@@ -247,6 +266,11 @@ void PtyHost::run() {
         if (charger_.hasPartialFrame() && now - lastInput >= kResyncSilence) {
             charger_.resync();
         }
+    }
+    if (vanished) {
+        // As an adapter pulled out: both sides go, and the tool's reads fail.
+        closeFd(master_);
+        closeFd(keptSlave_);
     }
 }
 

@@ -6,6 +6,7 @@
 #include "link/port_list.h"
 #include "link/serial_link.h"
 
+#include <QAction>
 #include <QComboBox>
 #include <QLabel>
 #include <QMainWindow>
@@ -63,6 +64,7 @@ public:
     QLabel* Label0_1 = nullptr;  // connection state
     QLabel* Label1 = nullptr;    // rating or warning
     QComboBox* CmbLang = nullptr;
+    QAction* ActFastLink = nullptr;  // Settings menu: "Fast link", remembered
 
 signals:
     void loadFinished();
@@ -77,6 +79,7 @@ private:
     void Tab1_Click(int index);
     void fillLanguages();
     void LoadLanguage();
+    void showExchangeEnd(const link::ExchangeOutcome& outcome);
 
     StartOptions options_;
     WindowState state_;

@@ -177,6 +177,7 @@ void GetDataPage::buildUi() {
     LabDownDisp->setVisible(false);
     LabDownMissing = MakeLabel(QString(), QStringLiteral("LabDownMissing"));
     LabDownMissing->setWordWrap(true);
+    LabDownMissing->setVisible(false);
     QPalette missingPalette = LabDownMissing->palette();
     missingPalette.setColor(QPalette::WindowText, QColor(255, 0, 0));
     LabDownMissing->setPalette(missingPalette);
@@ -423,6 +424,7 @@ void GetDataPage::DownloadLog() {
     setChartButtons(false);
     LabDownDisp->clear();
     LabDownMissing->clear();
+    LabDownMissing->setVisible(false);
     {
         // A file opened now would be overwritten by the rows still coming in.
         const ControlLock openLock({CmdGetOpen});
@@ -440,6 +442,7 @@ void GetDataPage::DownloadLog() {
                                           : result.lineFailure + QStringLiteral("; ") + text;
                 }
                 LabDownMissing->setText(text);
+                LabDownMissing->setVisible(!text.isEmpty());
             }
         } catch (...) {
             // Whatever arrived stays in the table and is finished like a complete log.

@@ -140,6 +140,7 @@ void TestLinkWindow::downloadShowsMissingRecords() {
     QVERIFY2(shown.isEmpty() || label(*w, "LabDownMissing").startsWith(shown),
              qPrintable(label(*w, "LabDownMissing")));
     QCOMPARE(label(*w, "LabDownMissing").isEmpty(), shown.isEmpty());
+    QCOMPARE(w->findChild<QLabel*>(QStringLiteral("LabDownMissing"))->isHidden(), shown.isEmpty());
     // The same frames in either mode.
     const QStringList expected = endless ? QStringList{"850375AA000D", "850678AA000000090D"}
                                          : QStringList{"850375AA000D", "850678AA000000090D",

@@ -63,10 +63,11 @@ Run download(link::SerialLink& serial, bool fast) {
 
 void show(const char* name, const Run& r) {
     std::printf(
-        "%-8s %zu rows (%s), %d exchanges, %lld bytes: %.3f s; wire %.3f s (x%.4f); "
-        "protocol floor %.3f s (x%.4f)\n",
+        "%-8s %zu rows (%s), %d exchanges, %lld bytes: %.3f s; wire %.3f s (x%.4f), replies "
+        "alone %.3f s (x%.4f); protocol floor %.3f s (x%.4f)\n",
         name, r.rows, r.sound ? "sound" : "NOT sound", r.exchanges, static_cast<long long>(r.bytes),
-        r.seconds, r.wire, r.wire > 0 ? r.seconds / r.wire : 0.0, r.floor,
+        r.seconds, r.wire, r.wire > 0 ? r.seconds / r.wire : 0.0, r.replies,
+        r.replies > 0 ? r.seconds / r.replies : 0.0, r.floor,
         r.floor > 0 ? r.seconds / r.floor : 0.0);
     std::fflush(stdout);
 }

@@ -123,6 +123,7 @@ QString SerialLink::SendFrame(const QString& frame) {
     // stops at the first complete, sound reply.
     int stalls = 1;
     qint64 largest = 0;
+    qint64 take = -1;  // fast mode: the reply's own bytes
     for (;;) {
         if (!port_.isOpen()) {
             outcome_.end = ExchangeEnd::PortLost;
@@ -142,9 +143,18 @@ QString SerialLink::SendFrame(const QString& frame) {
             ++stalls;
         } else {
             largest = waiting;
-            if (fast_ && CheckReply(bytes, port_.peek(waiting)).state == ReplyState::Complete) {
-                outcome_.end = ExchangeEnd::CompleteFast;
-                break;
+            if (fast_) {
+                // A poll may see the reply together with what followed it on the line; the
+                // reply ended when its last byte came, so that is where fast mode ends it.
+                const QByteArray in = port_.peek(waiting);
+                const ReplyVerdict v = CheckReply(bytes, in);
+                if (v.state == ReplyState::Complete ||
+                    (v.expected > 0 && v.expected < in.size() &&
+                     CheckReply(bytes, in.left(v.expected)).state == ReplyState::Complete)) {
+                    outcome_.end = ExchangeEnd::CompleteFast;
+                    take = v.expected;
+                    break;
+                }
             }
         }
         if (stalls > 20) {
@@ -161,7 +171,7 @@ QString SerialLink::SendFrame(const QString& frame) {
         outcome_.end = ExchangeEnd::PortLost;
         return finish(QString());
     }
-    const QByteArray reply = port_.readAll();
+    const QByteArray reply = take > 0 ? port_.read(take) : port_.readAll();
     outcome_.received = int(reply.size());
     outcome_.verdict = CheckReply(bytes, reply);
     if (reply.isEmpty()) {

@@ -93,9 +93,13 @@ int main(int argc, char* argv[]) {
          QStringLiteral("Answer with the reply of another command.")},
         {QStringLiteral("vanish-at"),
          QStringLiteral("Let the port vanish after N bytes of a reply."), QStringLiteral("N")},
+        {QStringLiteral("trickle-ms"),
+         QStringLiteral("Send replies one byte every N ms instead of at 9600 baud."),
+         QStringLiteral("N")},
         {QStringLiteral("faults-for"),
-         QStringLiteral("Limit --truncate, --garbage, --stray, --endless, --bad-checksum, "
-                        "--other-reply and --vanish-at to these commands (hex, e.g. 50,78)."),
+         QStringLiteral(
+             "Limit --truncate, --garbage, --stray, --endless, --bad-checksum, "
+             "--other-reply, --vanish-at and --trickle-ms to these commands (hex, e.g. 50,78)."),
          QStringLiteral("CMDS")},
         {QStringLiteral("record"), QStringLiteral("Append every request frame as a hex line."),
          QStringLiteral("FILE")},
@@ -117,6 +121,7 @@ int main(int argc, char* argv[]) {
     qint64 delayMs = 0;
     qint64 wrongFor = 0;
     qint64 vanishAt = -1;
+    qint64 trickleMs = 0;
     if (!readNumber(parser, QStringLiteral("model"), 0, 0xFFFF, model) ||
         !readNumber(parser, QStringLiteral("runtime"), 0, 0xFFFFFFFFLL, runTime) ||
         !readNumber(parser, QStringLiteral("log-records"), 0, ChargeLog::kSlots, records) ||
@@ -124,7 +129,8 @@ int main(int argc, char* argv[]) {
         !readNumber(parser, QStringLiteral("drop-every"), 0, 1000000, dropEvery) ||
         !readNumber(parser, QStringLiteral("truncate"), 0, 1000000, truncateTo) ||
         !readNumber(parser, QStringLiteral("delay-ms"), 0, 60000, delayMs) ||
-        !readNumber(parser, QStringLiteral("vanish-at"), 0, 1000000, vanishAt)) {
+        !readNumber(parser, QStringLiteral("vanish-at"), 0, 1000000, vanishAt) ||
+        !readNumber(parser, QStringLiteral("trickle-ms"), 0, 10000, trickleMs)) {
         return 2;
     }
     if (parser.isSet(QStringLiteral("wrong-ack-for"))) {
@@ -172,6 +178,7 @@ int main(int argc, char* argv[]) {
     faults.badChecksum = parser.isSet(QStringLiteral("bad-checksum"));
     faults.otherReply = parser.isSet(QStringLiteral("other-reply"));
     faults.vanishAt = int(vanishAt);
+    faults.trickleMs = int(trickleMs);
     faults.firstByteDelayMs = int(delayMs);
     faults.ignorePointerRequest = parser.isSet(QStringLiteral("no-pointer"));
     charger.setFaults(faults);

@@ -40,14 +40,16 @@ struct Outgoing {
     int delayMs = 0;
     bool endless = false;
     bool vanish = false;
+    std::chrono::nanoseconds byteTime = PtyHost::kByteTime;
     bool started = false;
     Clock::time_point start;
     int written = 0;
 };
 
 // When byte i of a reply that starts at `start` is due.
-Clock::time_point byteDue(Clock::time_point start, qsizetype i) {
-    return start + std::chrono::duration_cast<Clock::duration>(i * PtyHost::kByteTime);
+Clock::time_point byteDue(Clock::time_point start, qsizetype i,
+                          std::chrono::nanoseconds byteTime = PtyHost::kByteTime) {
+    return start + std::chrono::duration_cast<Clock::duration>(i * byteTime);
 }
 
 int millisUntil(Clock::time_point t, Clock::time_point now) {
@@ -192,8 +194,9 @@ void PtyHost::run() {
             }
             int due = 0;
             if (now >= o.start) {
-                due = paced ? int(std::min<qint64>(o.bytes.size(), (now - o.start) / kByteTime + 1))
-                            : int(o.bytes.size());
+                due = paced
+                          ? int(std::min<qint64>(o.bytes.size(), (now - o.start) / o.byteTime + 1))
+                          : int(o.bytes.size());
             }
             if (due > o.written) {
                 const ssize_t n =
@@ -214,7 +217,7 @@ void PtyHost::run() {
                 o.bytes.append(EndlessFiller());
                 continue;
             }
-            lineFree = paced ? byteDue(o.start, o.bytes.size()) : now;
+            lineFree = paced ? byteDue(o.start, o.bytes.size(), o.byteTime) : now;
             vanished = o.vanish;
             out.pop_front();
             if (vanished) {
@@ -227,7 +230,7 @@ void PtyHost::run() {
             timeout = 10;
         } else if (!out.empty()) {
             const Outgoing& o = out.front();
-            const auto next = paced ? byteDue(o.start, o.written) : o.start;
+            const auto next = paced ? byteDue(o.start, o.written, o.byteTime) : o.start;
             timeout = millisUntil(next, now);
         }
         if (charger_.hasPartialFrame()) {
@@ -256,6 +259,9 @@ void PtyHost::run() {
                     o.delayMs = r.firstByteDelayMs;
                     o.endless = r.endless;
                     o.vanish = r.vanish;
+                    if (r.byteMs > 0) {
+                        o.byteTime = std::chrono::milliseconds(r.byteMs);
+                    }
                     out.push_back(std::move(o));
                 }
             }

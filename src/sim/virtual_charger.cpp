@@ -129,6 +129,7 @@ QList<Reply> VirtualCharger::feed(const QByteArray& in) {
                 reply.truncate(faults_.truncateTo);
             }
             Reply r{faults_.garbageBefore + reply + faults_.garbageAfter, faults_.firstByteDelayMs};
+            r.byteMs = faults_.trickleMs;
             if (faults_.vanishAt >= 0) {
                 r.bytes.truncate(faults_.vanishAt);
                 r.vanish = true;

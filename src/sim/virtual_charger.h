@@ -33,6 +33,7 @@ struct Faults {
     bool badChecksum = false;  // the reply's checksum byte is wrong
     bool otherReply = false;   // the reply of another command (run time, or identification)
     int vanishAt = -1;         // the port vanishes after this many bytes of the reply (-1: no)
+    int trickleMs = 0;         // the reply goes out one byte every N ms (0: at line speed)
 };
 
 // One reply as it goes on the line.
@@ -41,6 +42,7 @@ struct Reply {
     int firstByteDelayMs = 0;
     bool endless = false;  // followed by bytes that never end, until the next request
     bool vanish = false;   // the port vanishes once the bytes are out
+    int byteMs = 0;        // one byte every N ms instead of the line's pace (0: the line's)
 };
 
 // What an endless reply is followed by: a receiver's sentences, over and over.

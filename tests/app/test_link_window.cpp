@@ -64,6 +64,7 @@ class TestLinkWindow : public QObject {
 private slots:
     void initTestCase();
     void searchPassesOverAPortThatNeverFallsQuiet();
+    void connectionOnANoisyLineSaysWhy_data();
     void connectionOnANoisyLineSaysWhy();
     void downloadShowsMissingRecords_data();
     void downloadShowsMissingRecords();
@@ -90,14 +91,36 @@ void TestLinkWindow::searchPassesOverAPortThatNeverFallsQuiet() {
              qPrintable(status));
 }
 
-void TestLinkWindow::connectionOnANoisyLineSaysWhy() {
-    Line noisy(endlessFor({0x59}));
-    auto w = startWindow({noisy.device()});
+void TestLinkWindow::connectionOnANoisyLineSaysWhy_data() {
+    QTest::addColumn<int>("command");
+    QTest::addColumn<bool>("endless");  // else a wrong checksum
+    QTest::addColumn<QString>("connection");
+    QTest::addColumn<QString>("status");
     // The settings request never ends on its own: the labels say what they always say.
-    QCOMPARE(label(*w, "Label0(1)"), QStringLiteral("No Connection"));
+    QTest::newRow("settings endless") << 0x59 << true << "No Connection"
+                                      << "the line did not fall quiet (more than 866 bytes";
+    // A damaged reply is decoded as ever; the status bar says what is wrong with it.
+    QTest::newRow("identify checksum") << 0x50 << false << "Connection OK"
+                                       << "the reply failed the check (checksum FA";
+    QTest::newRow("settings checksum") << 0x59 << false << "Connection OK"
+                                       << "the reply failed the check (checksum";
+}
+
+void TestLinkWindow::connectionOnANoisyLineSaysWhy() {
+    QFETCH(int, command);
+    QFETCH(bool, endless);
+    QFETCH(QString, connection);
+    QFETCH(QString, status);
+    sim::Faults f;
+    f.onlyFor = {quint8(command)};
+    f.endless = endless;
+    f.badChecksum = !endless;
+    Line line(f);
+    auto w = startWindow({line.device()});
+    QCOMPARE(label(*w, "Label0(1)"), connection);
     QCOMPARE(label(*w, "Label1"), QStringLiteral("Rating : 12V 20A 300W."));
-    QVERIFY2(w->statusBar()->currentMessage().contains("the line did not fall quiet"),
-             qPrintable(w->statusBar()->currentMessage()));
+    const QString shown = w->statusBar()->currentMessage();
+    QVERIFY2(shown.startsWith(line.device() + ": " + status), qPrintable(shown));
 }
 
 void TestLinkWindow::downloadShowsMissingRecords_data() {

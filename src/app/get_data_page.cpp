@@ -175,6 +175,12 @@ void GetDataPage::buildUi() {
     LabTime = MakeLabel(QString(), QStringLiteral("LabTime"));
     LabDownDisp = MakeLabel(QString(), QStringLiteral("LabDownDisp"));
     LabDownDisp->setVisible(false);
+    LabDownMissing = MakeLabel(QString(), QStringLiteral("LabDownMissing"));
+    LabDownMissing->setWordWrap(true);
+    LabDownMissing->setVisible(false);
+    QPalette missingPalette = LabDownMissing->palette();
+    missingPalette.setColor(QPalette::WindowText, QColor(255, 0, 0));
+    LabDownMissing->setPalette(missingPalette);
 
     CmdGetSave = makeButton(QStringLiteral("CmdGetSave"), QStringLiteral("Save"));
     CmdGetOpen = makeButton(QStringLiteral("CmdGetOpen"), QStringLiteral("Open"));
@@ -205,7 +211,10 @@ void GetDataPage::buildUi() {
     reads->addWidget(CmdGetOK[0], 1, 0);
     reads->addWidget(TxtGet[0], 1, 1);
     reads->addWidget(CmdGetOK[2], 2, 0);
-    reads->addWidget(LabDownDisp, 2, 1);
+    auto* downloadLine = new QHBoxLayout;
+    downloadLine->addWidget(LabDownDisp);
+    downloadLine->addWidget(LabDownMissing, 1);
+    reads->addLayout(downloadLine, 2, 1);
     reads->setColumnStretch(1, 1);
     const int labelRowHeight = CmdGetOK[2]->sizeHint().height();
     reads->setRowMinimumHeight(2, labelRowHeight);
@@ -414,6 +423,8 @@ void GetDataPage::DownloadLog() {
     CmdGetSave->setEnabled(false);
     setChartButtons(false);
     LabDownDisp->clear();
+    LabDownMissing->clear();
+    LabDownMissing->setVisible(false);
     {
         // A file opened now would be overwritten by the rows still coming in.
         const ControlLock openLock({CmdGetOpen});
@@ -424,7 +435,14 @@ void GetDataPage::DownloadLog() {
         progress.row = [this](const datalog::LogRow& row) { table_.appendRow(row); };
         try {
             if (state_.link != nullptr) {
-                datalog::DownloadLog(*state_.link, progress);
+                const datalog::DownloadResult result = datalog::DownloadLog(*state_.link, progress);
+                QString text = datalog::MissingDamagedText(result);
+                if (!result.lineFailure.isEmpty() && !text.contains(result.lineFailure)) {
+                    text = text.isEmpty() ? result.lineFailure
+                                          : result.lineFailure + QStringLiteral("; ") + text;
+                }
+                LabDownMissing->setText(text);
+                LabDownMissing->setVisible(!text.isEmpty());
             }
         } catch (...) {
             // Whatever arrived stays in the table and is finished like a complete log.

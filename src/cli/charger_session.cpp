@@ -2,6 +2,7 @@
 
 #include "link/frames.h"
 #include "link/model_table.h"
+#include "link/reply_check.h"
 
 #include <QRegularExpression>
 
@@ -26,9 +27,20 @@ QString ResolvePort(const QString& port, const link::PortList& ports, QString* e
     return device;
 }
 
+QString ReplyProblem(const QString& frame, const QString& reply,
+                     const link::ExchangeOutcome& outcome) {
+    const QString failure = link::DescribeLineFailure(outcome);
+    if (!failure.isEmpty() || reply.isEmpty()) {
+        return failure;
+    }
+    const link::ReplyVerdict v = link::CheckReplyText(frame, reply);
+    return v.state == link::ReplyState::Complete ? QString() : v.why;
+}
+
 ChargerSession::ChargerSession(const PortOptions& options, FILE* err)
     : options_(options), err_(err), ports_(PortsFor(options)) {
     clock_.start();
+    link_.setFastMode(options_.fast);
     if (options_.trace) {
         link_.trace = [this](bool sent, const QString& hex) { traceLine(sent ? ">" : "<", hex); };
     }
@@ -79,10 +91,12 @@ int ChargerSession::connect(QString* message) {
         if (reply == QLatin1String(link::kProbeAnswer)) {
             return identify(message, true);
         }
+        const QString failure = link::DescribeLineFailure(link_.lastOutcome());
         tried << QStringLiteral("%1 (%2): %3")
                      .arg(link::PortList::EntryText(n), device,
-                          reply.isEmpty() ? QStringLiteral("no answer")
-                                          : QStringLiteral("not the charger's answer"));
+                          !failure.isEmpty() ? failure
+                          : reply.isEmpty()  ? QStringLiteral("no answer")
+                                             : QStringLiteral("not the charger's answer"));
         link_.close();
     }
     // As the window does, the last port that could be opened gets the connection step; it
@@ -112,17 +126,36 @@ bool ChargerSession::probe(const QString& device, QString* status) {
         return false;
     }
     const QString reply = SendFrame(QLatin1String(link::kRunTimeRequest));
+    const QString failure = link::DescribeLineFailure(link_.lastOutcome());
     link_.close();
     const bool charger = reply == QLatin1String(link::kProbeAnswer);
-    *status = charger ? QStringLiteral("charger")
-                      : (reply.isEmpty() ? QStringLiteral("no answer")
-                                         : QStringLiteral("answers, but not as the charger"));
+    *status = charger              ? QStringLiteral("charger")
+              : !failure.isEmpty() ? failure
+              : reply.isEmpty()    ? QStringLiteral("no answer")
+                                   : QStringLiteral("answers, but not as the charger");
     return charger;
 }
 
 int ChargerSession::identify(QString* message, bool searched) {
-    const QString code =
-        link::ModelTable::ModelCodeFromReply(SendFrame(QLatin1String(link::kIdentifyRequest)));
+    const QString frame = QLatin1String(link::kIdentifyRequest);
+    const QString reply = SendFrame(frame);
+    const QString failure = link::DescribeLineFailure(link_.lastOutcome());
+    if (!failure.isEmpty()) {
+        *message = QStringLiteral("%1: %2").arg(link_.device(), failure);
+        return kExitNoAnswer;
+    }
+    const QString code = link::ModelTable::ModelCodeFromReply(reply);
+    const QString problem = ReplyProblem(frame, reply, link_.lastOutcome());
+    if (!problem.isEmpty() && !options_.acceptDamaged) {
+        *message =
+            QStringLiteral(
+                "%1: incomplete or damaged data: the identification reply %2 failed the "
+                "check (%3)%4")
+                .arg(link_.device(), reply, problem,
+                     code.isEmpty() ? QString()
+                                    : QStringLiteral("; it would read as model %1").arg(code));
+        return kExitDamaged;
+    }
     if (code.isEmpty()) {
         if (searched) {
             *message = QStringLiteral("%1: the charger did not answer the identification request")

@@ -19,14 +19,22 @@ enum ExitCode : int {
     kExitUsage = 2,      // usage or bad input file
     kExitNoCharger = 3,  // no charger found
     kExitDiffers = 4,    // verify: the charger holds other settings than the file
+    kExitDamaged = 5,    // incomplete or damaged data
 };
 
 struct PortOptions {
-    QString port;               // --port: device path, COMn or ComN; empty: search
-    QStringList devices;        // --device, numbered first
-    bool systemDevices = true;  // without --only-given-ports
-    bool trace = false;         // --trace
+    QString port;                // --port: device path, COMn or ComN; empty: search
+    QStringList devices;         // --device, numbered first
+    bool systemDevices = true;   // without --only-given-ports
+    bool trace = false;          // --trace
+    bool fast = false;           // --fast: end each exchange at its complete, sound reply
+    bool acceptDamaged = false;  // --accept-damaged: a reply that fails the check is used
 };
+
+// "the line did not fall quiet" and the like for an exchange that ended at a hard limit or
+// lost its port; otherwise the verdict on a reply that failed the check; else empty.
+QString ReplyProblem(const QString& frame, const QString& reply,
+                     const link::ExchangeOutcome& outcome);
 
 // The port numbering zunctl shares with the window.
 link::PortList PortsFor(const PortOptions& options);
@@ -55,11 +63,16 @@ public:
     QString remedy() const { return link_.lastRefusal().remedy; }
     QString device() const { return link_.device(); }
     QString modelCode() const { return modelCode_; }
+    bool acceptDamaged() const { return options_.acceptDamaged; }
 
     QString SendFrame(const QString& frame) override;
     void WaitSeconds(float seconds) override;
     bool ResetAndWrite(const QByteArray& bytes) override;
     QByteArray ReadWaiting() override;
+    link::ExchangeOutcome lastOutcome() const override { return link_.lastOutcome(); }
+    bool fastMode() const override { return link_.fastMode(); }
+    void setFastMode(bool on) override { link_.setFastMode(on); }
+    bool lineUp() const override { return link_.lineUp(); }
 
     // Observer of replies, for the progress of a log download.
     std::function<void(const QString& frame, const QString& reply)> onReply;

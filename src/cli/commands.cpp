@@ -11,6 +11,7 @@
 #include "link/codec.h"
 #include "link/frames.h"
 #include "link/model_table.h"
+#include "link/reply_check.h"
 #include "profile/settings_compare.h"
 #include "profile/settings_file.h"
 #include "profile/stage_layout.h"
@@ -68,13 +69,42 @@ int connect(ChargerSession& session, FILE* err) {
     return code;
 }
 
+// A reply that fails the check: exit 5 with the reason, or a warning with --accept-damaged.
+int checkReply(const ChargerSession& session, const QString& frame, const QString& reply,
+               const char* what, FILE* err) {
+    const QString problem = ReplyProblem(frame, reply, session.lastOutcome());
+    if (problem.isEmpty()) {
+        return kExitDone;
+    }
+    const QString text =
+        QStringLiteral("the %1 reply failed the check (%2)").arg(QLatin1String(what), problem);
+    if (session.acceptDamaged()) {
+        print(err, QStringLiteral("zunctl: warning: ") + text);
+        return kExitDone;
+    }
+    return fail(err, kExitDamaged, QStringLiteral("incomplete or damaged data: ") + text);
+}
+
+// The reason an exchange gave nothing, when it is the line's.
+QString lineFailure(const ChargerSession& session) {
+    return link::DescribeLineFailure(session.lastOutcome());
+}
+
 // Both stored profiles, or an exit code with the message already shown.
 int readStoredSettings(ChargerSession& session, link::StoredSettings& profiles, FILE* err) {
-    const QString reply = session.SendFrame(QLatin1String(link::kSettingsRequest));
+    const QString frame = QLatin1String(link::kSettingsRequest);
+    const QString reply = session.SendFrame(frame);
+    const QString failure = link::DescribeLineFailure(session.lastOutcome());
+    if (!failure.isEmpty()) {
+        return fail(err, kExitNoAnswer, QStringLiteral("settings request: ") + failure);
+    }
     if (reply.isEmpty()) {
         return fail(err, kExitNoAnswer,
                     QStringLiteral("the charger did not answer the settings "
                                    "request"));
+    }
+    if (const int code = checkReply(session, frame, reply, "settings", err)) {
+        return code;
     }
     if (reply.size() < kFullSettingsChars) {
         return fail(err, kExitNoAnswer,
@@ -271,13 +301,17 @@ bool sendPage(ChargerSession& session, const PageFrames& page, int p, FILE* out,
                 session.WaitSeconds(0.1f);
             }
             reply = session.SendFrame(page.frames.at(i));
-            if (reply == ack) {
+            if (reply == ack || session.lastOutcome().lineFailed()) {
                 break;
             }
         }
         if (reply != ack) {
-            failed << (perStage ? QStringLiteral("stage %1: %2").arg(i + 1).arg(replyText(reply))
-                                : replyText(reply));
+            const QString failure = lineFailure(session);
+            const QString what = failure.isEmpty() ? replyText(reply) : failure;
+            failed << (perStage ? QStringLiteral("stage %1: %2").arg(i + 1).arg(what) : what);
+            if (!failure.isEmpty()) {
+                break;
+            }
         }
     }
     const QString name = QStringLiteral("profile %1 %2").arg(p + 1).arg(PageName(page.page));
@@ -407,8 +441,15 @@ int RunTime(const Invocation& inv, FILE* out, FILE* err) {
     if (const int code = connect(session, err)) {
         return code;
     }
-    const datalog::RunTimeReading r =
-        datalog::DecodeRunTime(session.SendFrame(QLatin1String(link::kRunTimeRequest)));
+    const QString frame = QLatin1String(link::kRunTimeRequest);
+    const QString reply = session.SendFrame(frame);
+    if (const QString failure = lineFailure(session); !failure.isEmpty()) {
+        return fail(err, kExitNoAnswer, QStringLiteral("run-time request: ") + failure);
+    }
+    if (const int code = checkReply(session, frame, reply, "run-time", err)) {
+        return code;
+    }
+    const datalog::RunTimeReading r = datalog::DecodeRunTime(reply);
     if (r.outcome != datalog::ReplyOutcome::Show) {
         return fail(err, kExitNoAnswer,
                     r.outcome == datalog::ReplyOutcome::Clear
@@ -431,8 +472,15 @@ int Live(const Invocation& inv, FILE* out, FILE* err) {
     if (const int code = connect(session, err)) {
         return code;
     }
-    const datalog::LiveReading r =
-        datalog::DecodeLiveReading(session.SendFrame(QLatin1String(link::kLiveRequest)));
+    const QString frame = QLatin1String(link::kLiveRequest);
+    const QString reply = session.SendFrame(frame);
+    if (const QString failure = lineFailure(session); !failure.isEmpty()) {
+        return fail(err, kExitNoAnswer, QStringLiteral("live-reading request: ") + failure);
+    }
+    if (const int code = checkReply(session, frame, reply, "live-reading", err)) {
+        return code;
+    }
+    const datalog::LiveReading r = datalog::DecodeLiveReading(reply);
     if (r.outcome != datalog::ReplyOutcome::Show) {
         return fail(err, kExitNoAnswer,
                     r.outcome == datalog::ReplyOutcome::Clear
@@ -460,6 +508,43 @@ int Live(const Invocation& inv, FILE* out, FILE* err) {
 }
 
 // ---- log ----
+
+QJsonArray numbers(const std::vector<int>& list) {
+    QJsonArray a;
+    for (int n : list) {
+        a.append(n);
+    }
+    return a;
+}
+
+// The records that did not come sound: on stderr, and with --json as data on stdout beside the
+// summary.
+void reportShortfall(const datalog::DownloadResult& result, const QString& shortfall,
+                     const Invocation& inv, const QString& summary, FILE* out, FILE* err) {
+    for (const QString& problem : result.problems) {
+        print(err, QStringLiteral("zunctl: ") + problem);
+    }
+    if (!shortfall.isEmpty()) {
+        print(err, QStringLiteral("zunctl: ") + shortfall);
+    }
+    if (inv.json) {
+        QJsonObject o;
+        o.insert(QStringLiteral("saved"),
+                 summary.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(inv.output));
+        o.insert(QStringLiteral("records"), int(result.rows.size()));
+        o.insert(QStringLiteral("recordsAsked"), result.recordsAsked);
+        o.insert(QStringLiteral("streamed"), result.streamed);
+        o.insert(QStringLiteral("missing"), numbers(result.missing));
+        o.insert(QStringLiteral("damaged"), numbers(result.damaged));
+        o.insert(QStringLiteral("problems"), QJsonArray::fromStringList(result.problems));
+        o.insert(QStringLiteral("lineFailure"), result.lineFailure.isEmpty()
+                                                    ? QJsonValue(QJsonValue::Null)
+                                                    : QJsonValue(result.lineFailure));
+        printJson(out, o);
+    } else if (!summary.isEmpty()) {
+        print(out, summary);
+    }
+}
 
 class ProgressBar {
 public:
@@ -543,7 +628,18 @@ int Log(const Invocation& inv, FILE* out, FILE* err) {
 
     datalog::LogTableModel table;
     table.setRows(result.rows);
+    const QString shortfall = datalog::MissingDamagedText(result);
     if (table.recordCount() == 0) {
+        if (!result.lineFailure.isEmpty()) {
+            return fail(err, kExitNoAnswer,
+                        QStringLiteral("%1; nothing was saved").arg(result.lineFailure));
+        }
+        if (!result.sound()) {
+            reportShortfall(result, shortfall, inv, QString(), out, err);
+            return fail(err, kExitDamaged,
+                        QStringLiteral("incomplete or damaged data: no records came; nothing "
+                                       "was saved"));
+        }
         return fail(err, kExitNoAnswer,
                     result.streamed && result.rows.empty()
                         ? QStringLiteral("the charger sent no log records; nothing was saved")
@@ -571,9 +667,18 @@ int Log(const Invocation& inv, FILE* out, FILE* err) {
                        .arg(result.blocksSkipped)
                        .arg(result.blocksRequested));
     }
-    print(out, QStringLiteral("%1 records downloaded; records %2 to %3 saved to %4")
-                   .arg(table.recordCount())
-                   .arg(input.rowFrom, input.rowTo, inv.output));
+    const QString summary = QStringLiteral("%1 records downloaded; records %2 to %3 saved to %4")
+                                .arg(table.recordCount())
+                                .arg(input.rowFrom, input.rowTo, inv.output);
+    reportShortfall(result, shortfall, inv, summary, out, err);
+    if (!result.lineFailure.isEmpty()) {
+        return fail(err, kExitNoAnswer,
+                    QStringLiteral("%1; what came is saved").arg(result.lineFailure));
+    }
+    if (!result.sound() && !inv.port.acceptDamaged) {
+        return fail(err, kExitDamaged,
+                    QStringLiteral("incomplete or damaged data: %1").arg(shortfall));
+    }
     return kExitDone;
 }
 

@@ -67,7 +67,7 @@ void TestSettingsWindow::openFillsThePagesAndTheirChecks() {
         }
     }
     QCOMPARE(menu, (QStringList{"Settings:", "Save settings...", "Open settings...", "",
-                                "Compare with charger"}));
+                                "Compare with charger", "", "Fast link"}));
 
     // A file that cannot be read says so and leaves the pages alone.
     const QString before = win.get("Txt0(1)")->text();

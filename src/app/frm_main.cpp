@@ -12,8 +12,10 @@
 
 #include <QCloseEvent>
 #include <QHBoxLayout>
+#include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QSettings>
 #include <QStatusBar>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -24,6 +26,8 @@ namespace {
 
 // The window's colour value 32768; red is kWrongColour (255).
 const QColor kGreen(0, 128, 0);
+
+const QString kFastLinkKey = QStringLiteral("link/fast");
 
 void setLabelSystemColour(QLabel* label) {
     label->setPalette(QPalette());
@@ -99,11 +103,25 @@ void FrmMain::buildUi() {
 
     // Settings files of the current profile and the compare with the charger's stored copy.
     auto* settingsActions = new SettingsActions(this);
-    settingsActions->AddTo(menuBar()->addMenu(tr("Settings")));
+    QMenu* settingsMenu = menuBar()->addMenu(tr("Settings"));
+    settingsActions->AddTo(settingsMenu);
+    // Opt-in: ends each exchange at its complete, sound reply; the frames sent stay the same.
+    settingsMenu->addSeparator();
+    ActFastLink = settingsMenu->addAction(tr("Fast link"));
+    ActFastLink->setObjectName(QStringLiteral("ActFastLink"));
+    ActFastLink->setCheckable(true);
+    ActFastLink->setChecked(QSettings().value(kFastLinkKey, false).toBool());
+    session_->setFastMode(ActFastLink->isChecked());
+    connect(ActFastLink, &QAction::toggled, this, [this](bool on) {
+        session_->setFastMode(on);
+        QSettings().setValue(kFastLinkKey, on);
+    });
     QAction* about = menuBar()->addMenu(tr("Help"))->addAction(tr("About ZUN"));
     about->setObjectName("ActAbout");
     connect(about, &QAction::triggered, this,
             [this] { QMessageBox::about(this, tr("About ZUN"), AboutText()); });
+    connect(session_.get(), &session::ChargerSession::exchangeEnded, this,
+            &FrmMain::showExchangeEnd);
 
     // An unplugged adapter: say so at once rather than at the next port choice.
     connect(session_.get(), &session::ChargerSession::portLost, this, [this] {
@@ -258,6 +276,18 @@ void FrmMain::CboPort_Click() {
     editor_->CmbPN_Click();
     lastSettingsReply_ = reply;
     editor_->Cmb0NV_Click();
+}
+
+void FrmMain::showExchangeEnd(const link::ExchangeOutcome& outcome) {
+    // The labels keep their own texts; why an exchange went wrong goes to the status bar.
+    QString why = link::DescribeLineFailure(outcome);
+    if (why.isEmpty() && outcome.received > 0 &&
+        outcome.verdict.state != link::ReplyState::Complete) {
+        why = QStringLiteral("the reply failed the check (%1)").arg(outcome.verdict.why);
+    }
+    if (!why.isEmpty()) {
+        statusBar()->showMessage(QStringLiteral("%1: %2").arg(session_->device(), why));
+    }
 }
 
 void FrmMain::fillLanguages() {

@@ -6,6 +6,7 @@
 #include "link/port_list.h"
 #include "session/charger_session.h"
 
+#include <QAction>
 #include <QComboBox>
 #include <QLabel>
 #include <QMainWindow>
@@ -63,6 +64,7 @@ public:
     QLabel* Label0_1 = nullptr;  // connection state
     QLabel* Label1 = nullptr;    // rating or warning
     QComboBox* CmbLang = nullptr;
+    QAction* ActFastLink = nullptr;  // Settings menu: "Fast link", remembered
 
 signals:
     void loadFinished();
@@ -80,6 +82,7 @@ private:
     // Ports refused for lack of permission or held by another program, with the remedy, in
     // the status bar (which exists only once there is something to say).
     void reportRefusals(const QVector<link::PortRefusal>& refusals);
+    void showExchangeEnd(const link::ExchangeOutcome& outcome);
 
     StartOptions options_;
     WindowState state_;

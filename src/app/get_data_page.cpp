@@ -176,6 +176,12 @@ void GetDataPage::buildLogControls(const QFontMetrics& fm) {
     LabTime = MakeLabel(QString(), QStringLiteral("LabTime"));
     LabDownDisp = MakeLabel(QString(), QStringLiteral("LabDownDisp"));
     LabDownDisp->setVisible(false);
+    LabDownMissing = MakeLabel(QString(), QStringLiteral("LabDownMissing"));
+    LabDownMissing->setWordWrap(true);
+    LabDownMissing->setVisible(false);
+    QPalette missingPalette = LabDownMissing->palette();
+    missingPalette.setColor(QPalette::WindowText, QColor(255, 0, 0));
+    LabDownMissing->setPalette(missingPalette);
 }
 
 void GetDataPage::buildFileButtons() {
@@ -207,7 +213,10 @@ void GetDataPage::arrange() {
     reads->addWidget(CmdGetOK[0], 1, 0);
     reads->addWidget(TxtGet[0], 1, 1);
     reads->addWidget(CmdGetOK[2], 2, 0);
-    reads->addWidget(LabDownDisp, 2, 1);
+    auto* downloadLine = new QHBoxLayout;
+    downloadLine->addWidget(LabDownDisp);
+    downloadLine->addWidget(LabDownMissing, 1);
+    reads->addLayout(downloadLine, 2, 1);
     reads->setColumnStretch(1, 1);
     const int labelRowHeight = CmdGetOK[2]->sizeHint().height();
     reads->setRowMinimumHeight(2, labelRowHeight);
@@ -373,12 +382,21 @@ void GetDataPage::DownloadLog() {
     CmdGetSave->setEnabled(false);
     setChartButtons(false);
     LabDownDisp->clear();
+    LabDownMissing->clear();
+    LabDownMissing->setVisible(false);
     {
         // A file opened now would be overwritten by the rows still coming in.
         const ControlLock openLock({CmdGetOpen});
         const FlagScope busy(downloading_);
         try {
-            state_.session->downloadLog();
+            const datalog::DownloadResult result = state_.session->downloadLog();
+            QString text = datalog::MissingDamagedText(result);
+            if (!result.lineFailure.isEmpty() && !text.contains(result.lineFailure)) {
+                text = text.isEmpty() ? result.lineFailure
+                                      : result.lineFailure + QStringLiteral("; ") + text;
+            }
+            LabDownMissing->setText(text);
+            LabDownMissing->setVisible(!text.isEmpty());
         } catch (...) {
             // Whatever arrived stays in the table and is finished like a complete log.
         }

@@ -68,6 +68,8 @@ public:
     QLabel* LabelGetDesc = nullptr;
     QLabel* LabTime = nullptr;
     QLabel* LabDownDisp = nullptr;
+    // Beside the progress: the records of the last download that are missing or damaged.
+    QLabel* LabDownMissing = nullptr;
     QPushButton* CmdGetSave = nullptr;
     QPushButton* CmdGetOpen = nullptr;
     QPushButton* CmdPrint = nullptr;

@@ -1,5 +1,6 @@
 #include "cli/charger_connection.h"
 
+#include "link/reply_check.h"
 #include "link/serial_link.h"
 
 #include <QElapsedTimer>
@@ -13,8 +14,26 @@ QString lastErrorNote(const session::ChargerSession& s) {
     return s.lastError().isEmpty() ? QString() : QStringLiteral(" (%1)").arg(s.lastError());
 }
 
-int identify(session::ChargerSession& s, QString* message, bool searched) {
-    if (!s.identify().isEmpty()) {
+int identify(session::ChargerSession& s, const PortOptions& options, QString* message,
+             bool searched) {
+    const QString code = s.identify();
+    const QString failure = link::DescribeLineFailure(s.lastOutcome());
+    if (!failure.isEmpty()) {
+        *message = QStringLiteral("%1: %2").arg(s.device(), failure);
+        return kExitNoAnswer;
+    }
+    const QString problem = ReplyProblem(s.lastFrame(), s.lastReply(), s.lastOutcome());
+    if (!problem.isEmpty() && !options.acceptDamaged) {
+        *message =
+            QStringLiteral(
+                "%1: incomplete or damaged data: the identification reply %2 failed the "
+                "check (%3)%4")
+                .arg(s.device(), s.lastReply(), problem,
+                     code.isEmpty() ? QString()
+                                    : QStringLiteral("; it would read as model %1").arg(code));
+        return kExitDamaged;
+    }
+    if (!code.isEmpty()) {
         return kExitDone;
     }
     if (searched) {
@@ -28,6 +47,16 @@ int identify(session::ChargerSession& s, QString* message, bool searched) {
 }
 
 }  // namespace
+
+QString ReplyProblem(const QString& frame, const QString& reply,
+                     const link::ExchangeOutcome& outcome) {
+    const QString failure = link::DescribeLineFailure(outcome);
+    if (!failure.isEmpty() || reply.isEmpty()) {
+        return failure;
+    }
+    const link::ReplyVerdict v = link::CheckReplyText(frame, reply);
+    return v.state == link::ReplyState::Complete ? QString() : v.why;
+}
 
 link::PortList PortsFor(const PortOptions& options) {
     return link::PortList(options.devices, options.systemDevices);
@@ -56,6 +85,7 @@ std::unique_ptr<session::ChargerSession> OpenSession(const PortOptions& options,
         line = std::make_unique<link::SerialLink>();
     }
     auto s = std::make_unique<session::ChargerSession>(std::move(line));
+    s->setFastMode(options.fast);
     if (options.trace) {
         auto clock = std::make_shared<QElapsedTimer>();
         clock->start();
@@ -92,7 +122,7 @@ int Connect(session::ChargerSession& s, const PortOptions& options, QString* mes
             }
             return kExitNoCharger;
         }
-        return identify(s, message, false);
+        return identify(s, options, message, false);
     }
 
     QStringList devices;
@@ -104,7 +134,7 @@ int Connect(session::ChargerSession& s, const PortOptions& options, QString* mes
     QString lastOpened;
     for (const session::ProbeResult& r : s.search(devices)) {
         if (r.charger) {
-            return identify(s, message, true);
+            return identify(s, options, message, true);
         }
         if (r.opened) {
             lastOpened = r.device;
@@ -112,7 +142,8 @@ int Connect(session::ChargerSession& s, const PortOptions& options, QString* mes
             remedy = r.refusal.remedy;
         }
         const int n = ports.numbers().at(devices.indexOf(r.device));
-        const QString status = !r.opened    ? r.openError
+        const QString status = !r.opened                  ? r.openError
+                               : !r.lineFailure.isEmpty() ? r.lineFailure
                                : r.answered ? QStringLiteral("not the charger's answer")
                                             : QStringLiteral("no answer");
         tried << QStringLiteral("%1 (%2): %3").arg(link::PortList::EntryText(n), r.device, status);
@@ -121,7 +152,7 @@ int Connect(session::ChargerSession& s, const PortOptions& options, QString* mes
     // counts only when it answers the identification request.
     if (!lastOpened.isEmpty()) {
         s.setDevice(lastOpened);
-        if (s.open() && identify(s, message, false) == kExitDone) {
+        if (s.open() && identify(s, options, message, false) == kExitDone) {
             return kExitDone;
         }
         s.close();

@@ -19,17 +19,25 @@ enum ExitCode : int {
     kExitUsage = 2,      // usage or bad input file
     kExitNoCharger = 3,  // no charger found
     kExitDiffers = 4,    // verify: the charger holds other settings than the file
+    kExitDamaged = 5,    // incomplete or damaged data
 };
 
 struct PortOptions {
-    QString port;               // --port: device path, COMn or ComN; empty: search
-    QStringList devices;        // --device, numbered first
-    bool systemDevices = true;  // without --only-given-ports
-    bool trace = false;         // --trace
+    QString port;                // --port: device path, COMn or ComN; empty: search
+    QStringList devices;         // --device, numbered first
+    bool systemDevices = true;   // without --only-given-ports
+    bool trace = false;          // --trace
+    bool fast = false;           // --fast: end each exchange at its complete, sound reply
+    bool acceptDamaged = false;  // --accept-damaged: a reply that fails the check is used
     // The line to the charger; the serial port when unset. Tests run commands in-process
     // against a charger this way.
     std::function<std::unique_ptr<link::Exchange>()> exchange;
 };
+
+// "the line did not fall quiet" and the like for an exchange that ended at a hard limit or
+// lost its port; otherwise the verdict on a reply that failed the check; else empty.
+QString ReplyProblem(const QString& frame, const QString& reply,
+                     const link::ExchangeOutcome& outcome);
 
 // The port numbering zunctl shares with the window.
 link::PortList PortsFor(const PortOptions& options);
@@ -44,7 +52,7 @@ std::unique_ptr<session::ChargerSession> OpenSession(const PortOptions& options,
 // Opens the port given with --port, or searches the numbered ports for the exact probe answer
 // (falling back to the last port that opens, as the window does, when it answers the
 // identification request). Then identifies the charger. Returns kExitDone, kExitUsage,
-// kExitNoCharger or kExitNoAnswer with a message in plain words.
+// kExitNoCharger, kExitNoAnswer or kExitDamaged with a message in plain words.
 int Connect(session::ChargerSession& session, const PortOptions& options, QString* message);
 
 }  // namespace zun::cli

@@ -25,7 +25,7 @@ const std::vector<CommandRule>& Commands() {
         {"verify", 1, {"profile"}, true, true},
         {"runtime", 0, {}, true, true},
         {"live", 0, {}, true, true},
-        {"log", 0, {"o", "desc", "from", "to"}, false, true},
+        {"log", 0, {"o", "desc", "from", "to"}, true, true},
         {"chart", 1, {"o", "size"}, false, false},
     };
     return rules;
@@ -35,7 +35,7 @@ const std::vector<CommandRule>& Commands() {
 
 QString UsageText() {
     return QStringLiteral(
-        "Usage: zunctl [--port PORT] [--trace] [--json] COMMAND\n"
+        "Usage: zunctl [--port PORT] [--trace] [--json] [--fast] [--accept-damaged] COMMAND\n"
         "\n"
         "Commands:\n"
         "  ports                       list ComN and its device; mark the one that answers\n"
@@ -70,13 +70,20 @@ QString UsageText() {
         "  --trace               print every frame sent and received, with milliseconds,\n"
         "                        on stderr\n"
         "  --json                machine-readable output (ports, identify, settings, verify,\n"
-        "                        runtime, live)\n"
+        "                        runtime, live, log: with the missing and damaged records)\n"
+        "  --fast                end each exchange as soon as a complete, sound reply is in\n"
+        "                        (the frames sent are the same; a reply that does not\n"
+        "                        complete falls back to the 20-poll rule)\n"
+        "  --accept-damaged      use replies that fail the check and keep exit 0 for a log\n"
+        "                        with missing or damaged records (they are still listed)\n"
         "  -h, --help            this text\n"
         "  --version             the version and the commit it was built from\n"
         "\n"
-        "Exit codes: 0 done; 1 the charger did not acknowledge or answer; 2 usage, or a file\n"
-        "that cannot be read or written or is not what it should be; 3 no charger found;\n"
-        "4 verify found fields that differ.\n");
+        "Exit codes: 0 done; 1 the charger did not acknowledge or answer, or the line did\n"
+        "not fall quiet; 2 usage, or a file that cannot be read or written or is not what\n"
+        "it should be; 3 no charger found; 4 verify found fields that differ; 5 incomplete\n"
+        "or damaged data (a reply failed the check, or log records are missing or damaged:\n"
+        "listed on stderr; what came is saved).\n");
 }
 
 namespace {
@@ -109,7 +116,8 @@ bool optionsFit(const QCommandLineParser& parser, const CommandRule& rule, const
     QSet<QString> allowed = rule.allows;
     if (rule.talks) {
         allowed << QStringLiteral("device") << QStringLiteral("only-given-ports")
-                << QStringLiteral("trace");
+                << QStringLiteral("trace") << QStringLiteral("fast")
+                << QStringLiteral("accept-damaged");
         if (command != QLatin1String("ports")) {
             allowed << QStringLiteral("port");
         }
@@ -139,6 +147,8 @@ bool readValues(const QCommandLineParser& parser, Invocation& inv, QString* mess
     inv.port.systemDevices = !parser.isSet(QStringLiteral("only-given-ports"));
     inv.port.trace = parser.isSet(QStringLiteral("trace"));
     inv.json = parser.isSet(QStringLiteral("json"));
+    inv.port.fast = parser.isSet(QStringLiteral("fast"));
+    inv.port.acceptDamaged = parser.isSet(QStringLiteral("accept-damaged"));
     inv.output = parser.value(QStringLiteral("o"));
     inv.dryRun = parser.isSet(QStringLiteral("dry-run"));
     inv.model = parser.value(QStringLiteral("model"));
@@ -221,6 +231,8 @@ int ParseCommandLine(const QStringList& arguments, Invocation& inv, QString* mes
         {QStringLiteral("only-given-ports"), QString()},
         {QStringLiteral("trace"), QString()},
         {QStringLiteral("json"), QString()},
+        {QStringLiteral("fast"), QString()},
+        {QStringLiteral("accept-damaged"), QString()},
         {{QStringLiteral("o"), QStringLiteral("output")}, QString(), QStringLiteral("FILE")},
         {QStringLiteral("profile"), QString(), QStringLiteral("N")},
         {QStringLiteral("pages"), QString(), QStringLiteral("LIST")},

@@ -11,6 +11,7 @@
 #include "link/codec.h"
 #include "link/frames.h"
 #include "link/model_table.h"
+#include "link/reply_check.h"
 #include "profile/settings_compare.h"
 #include "profile/settings_file.h"
 #include "profile/stage_layout.h"
@@ -75,15 +76,43 @@ int connect(const PortOptions& options, FILE* err,
     return code;
 }
 
+// The last reply failing the check: exit 5 with the reason, or a warning with --accept-damaged.
+int checkReply(const session::ChargerSession& session, bool acceptDamaged, const char* what,
+               FILE* err) {
+    const QString problem =
+        ReplyProblem(session.lastFrame(), session.lastReply(), session.lastOutcome());
+    if (problem.isEmpty()) {
+        return kExitDone;
+    }
+    const QString text =
+        QStringLiteral("the %1 reply failed the check (%2)").arg(QLatin1String(what), problem);
+    if (acceptDamaged) {
+        print(err, QStringLiteral("zunctl: warning: ") + text);
+        return kExitDone;
+    }
+    return fail(err, kExitDamaged, QStringLiteral("incomplete or damaged data: ") + text);
+}
+
+// The reason an exchange gave nothing, when it is the line's.
+QString lineFailure(const session::ChargerSession& session) {
+    return link::DescribeLineFailure(session.lastOutcome());
+}
+
 // Both stored profiles, or an exit code with the message already shown.
 int readStoredSettings(session::ChargerSession& session, link::StoredSettings& profiles,
-                       FILE* err) {
+                       bool acceptDamaged, FILE* err) {
     link::StoredSettings decoded;
     const QString reply = session.readSettings(decoded);
+    if (const QString failure = lineFailure(session); !failure.isEmpty()) {
+        return fail(err, kExitNoAnswer, QStringLiteral("settings request: ") + failure);
+    }
     if (reply.isEmpty()) {
         return fail(err, kExitNoAnswer,
                     QStringLiteral("the charger did not answer the settings "
                                    "request"));
+    }
+    if (const int code = checkReply(session, acceptDamaged, "settings", err)) {
+        return code;
     }
     if (reply.size() < kFullSettingsChars) {
         return fail(err, kExitNoAnswer,
@@ -119,8 +148,9 @@ int Ports(const Invocation& inv, FILE* out, FILE* err) {
             remedy = r.refusal.remedy;
         }
         const bool charger = r.charger;
-        const QString status = !r.opened    ? r.openError
-                               : r.charger  ? QStringLiteral("charger")
+        const QString status = !r.opened                  ? r.openError
+                               : r.charger                ? QStringLiteral("charger")
+                               : !r.lineFailure.isEmpty() ? r.lineFailure
                                : r.answered ? QStringLiteral("answers, but not as the charger")
                                             : QStringLiteral("no answer");
         if (inv.json) {
@@ -221,7 +251,8 @@ int Settings(const Invocation& inv, FILE* out, FILE* err) {
     }
     profile::SettingsFile settings;
     settings.chargerModel = session->modelCode();
-    if (const int code = readStoredSettings(*session, settings.profiles, err)) {
+    if (const int code =
+            readStoredSettings(*session, settings.profiles, inv.port.acceptDamaged, err)) {
         return code;
     }
     QStringList warnings;
@@ -263,10 +294,11 @@ QString refusal(const session::PageResult& r) {
     QStringList failed;
     for (int i = 0; i < r.replies.size(); ++i) {
         if (r.replies.at(i) != ack) {
-            failed
-                << (perStage
-                        ? QStringLiteral("stage %1: %2").arg(i + 1).arg(replyText(r.replies.at(i)))
-                        : replyText(r.replies.at(i)));
+            // The line's own failure ends the page at its last frame.
+            const bool last = i + 1 == r.replies.size();
+            const QString what =
+                last && !r.lineFailure.isEmpty() ? r.lineFailure : replyText(r.replies.at(i));
+            failed << (perStage ? QStringLiteral("stage %1: %2").arg(i + 1).arg(what) : what);
         }
     }
     return failed.join(QStringLiteral("; "));
@@ -365,7 +397,7 @@ int Verify(const Invocation& inv, FILE* out, FILE* err) {
         return code;
     }
     link::StoredSettings stored;
-    if (const int code = readStoredSettings(*session, stored, err)) {
+    if (const int code = readStoredSettings(*session, stored, inv.port.acceptDamaged, err)) {
         return code;
     }
     std::vector<profile::SettingsDifference> differences;
@@ -406,6 +438,12 @@ int RunTime(const Invocation& inv, FILE* out, FILE* err) {
         return code;
     }
     const datalog::RunTimeReading r = session->runTime();
+    if (const QString failure = lineFailure(*session); !failure.isEmpty()) {
+        return fail(err, kExitNoAnswer, QStringLiteral("run-time request: ") + failure);
+    }
+    if (const int code = checkReply(*session, inv.port.acceptDamaged, "run-time", err)) {
+        return code;
+    }
     if (r.outcome != datalog::ReplyOutcome::Show) {
         return fail(err, kExitNoAnswer,
                     r.outcome == datalog::ReplyOutcome::Clear
@@ -429,6 +467,12 @@ int Live(const Invocation& inv, FILE* out, FILE* err) {
         return code;
     }
     const datalog::LiveReading r = session->liveReading();
+    if (const QString failure = lineFailure(*session); !failure.isEmpty()) {
+        return fail(err, kExitNoAnswer, QStringLiteral("live-reading request: ") + failure);
+    }
+    if (const int code = checkReply(*session, inv.port.acceptDamaged, "live-reading", err)) {
+        return code;
+    }
     if (r.outcome != datalog::ReplyOutcome::Show) {
         return fail(err, kExitNoAnswer,
                     r.outcome == datalog::ReplyOutcome::Clear
@@ -463,6 +507,43 @@ bool isTerminal(FILE* f) {
 #else
     return isatty(fileno(f)) != 0;
 #endif
+}
+
+QJsonArray numbers(const std::vector<int>& list) {
+    QJsonArray a;
+    for (int n : list) {
+        a.append(n);
+    }
+    return a;
+}
+
+// The records that did not come sound: on stderr, and with --json as data on stdout beside the
+// summary.
+void reportShortfall(const datalog::DownloadResult& result, const QString& shortfall,
+                     const Invocation& inv, const QString& summary, FILE* out, FILE* err) {
+    for (const QString& problem : result.problems) {
+        print(err, QStringLiteral("zunctl: ") + problem);
+    }
+    if (!shortfall.isEmpty()) {
+        print(err, QStringLiteral("zunctl: ") + shortfall);
+    }
+    if (inv.json) {
+        QJsonObject o;
+        o.insert(QStringLiteral("saved"),
+                 summary.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(inv.output));
+        o.insert(QStringLiteral("records"), int(result.rows.size()));
+        o.insert(QStringLiteral("recordsAsked"), result.recordsAsked);
+        o.insert(QStringLiteral("streamed"), result.streamed);
+        o.insert(QStringLiteral("missing"), numbers(result.missing));
+        o.insert(QStringLiteral("damaged"), numbers(result.damaged));
+        o.insert(QStringLiteral("problems"), QJsonArray::fromStringList(result.problems));
+        o.insert(QStringLiteral("lineFailure"), result.lineFailure.isEmpty()
+                                                    ? QJsonValue(QJsonValue::Null)
+                                                    : QJsonValue(result.lineFailure));
+        printJson(out, o);
+    } else if (!summary.isEmpty()) {
+        print(out, summary);
+    }
 }
 
 class ProgressBar {
@@ -548,7 +629,18 @@ int Log(const Invocation& inv, FILE* out, FILE* err) {
 
     datalog::LogTableModel table;
     table.setRows(result.rows);
+    const QString shortfall = datalog::MissingDamagedText(result);
     if (table.recordCount() == 0) {
+        if (!result.lineFailure.isEmpty()) {
+            return fail(err, kExitNoAnswer,
+                        QStringLiteral("%1; nothing was saved").arg(result.lineFailure));
+        }
+        if (!result.sound()) {
+            reportShortfall(result, shortfall, inv, QString(), out, err);
+            return fail(err, kExitDamaged,
+                        QStringLiteral("incomplete or damaged data: no records came; nothing "
+                                       "was saved"));
+        }
         return fail(err, kExitNoAnswer,
                     result.streamed && result.rows.empty()
                         ? QStringLiteral("the charger sent no log records; nothing was saved")
@@ -576,9 +668,18 @@ int Log(const Invocation& inv, FILE* out, FILE* err) {
                        .arg(result.blocksSkipped)
                        .arg(result.blocksRequested));
     }
-    print(out, QStringLiteral("%1 records downloaded; records %2 to %3 saved to %4")
-                   .arg(table.recordCount())
-                   .arg(input.rowFrom, input.rowTo, inv.output));
+    const QString summary = QStringLiteral("%1 records downloaded; records %2 to %3 saved to %4")
+                                .arg(table.recordCount())
+                                .arg(input.rowFrom, input.rowTo, inv.output);
+    reportShortfall(result, shortfall, inv, summary, out, err);
+    if (!result.lineFailure.isEmpty()) {
+        return fail(err, kExitNoAnswer,
+                    QStringLiteral("%1; what came is saved").arg(result.lineFailure));
+    }
+    if (!result.sound() && !inv.port.acceptDamaged) {
+        return fail(err, kExitDamaged,
+                    QStringLiteral("incomplete or damaged data: %1").arg(shortfall));
+    }
     return kExitDone;
 }
 

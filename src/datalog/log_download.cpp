@@ -4,6 +4,7 @@
 #include "link/codec.h"
 #include "link/exchange.h"
 #include "link/frames.h"
+#include "link/reply_check.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,6 +14,7 @@ namespace zun::datalog {
 namespace {
 
 constexpr int kRecordChars = 24;
+constexpr int kBlockRecordBytes = 12;
 constexpr int kMinRecordChars = 12;
 constexpr int kStreamHeadChars = 29;
 constexpr float kStreamPollSeconds = 0.2f;
@@ -122,31 +124,134 @@ std::vector<LogRow> DecodeBlockReply(const QString& reply, int& counter) {
     return rows;
 }
 
+QString RecordRanges(const std::vector<int>& records) {
+    std::vector<int> sorted = records;
+    std::sort(sorted.begin(), sorted.end());
+    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+    QStringList parts;
+    for (size_t i = 0; i < sorted.size();) {
+        size_t j = i;
+        while (j + 1 < sorted.size() && sorted[j + 1] == sorted[j] + 1) {
+            ++j;
+        }
+        parts << (j == i ? counterText(sorted[i])
+                         : counterText(sorted[i]) + QLatin1Char('-') + counterText(sorted[j]));
+        i = j + 1;
+    }
+    return parts.join(QStringLiteral(", "));
+}
+
+QString MissingDamagedText(const DownloadResult& result) {
+    QStringList parts;
+    if (!result.missing.empty()) {
+        parts << QStringLiteral("%1 of %2 records missing (%3)")
+                     .arg(result.missing.size())
+                     .arg(result.recordsAsked)
+                     .arg(RecordRanges(result.missing));
+    }
+    if (!result.damaged.empty()) {
+        parts << QStringLiteral("%1 damaged (%2)")
+                     .arg(result.damaged.size())
+                     .arg(RecordRanges(result.damaged));
+    }
+    if (parts.isEmpty() && !result.sound()) {
+        parts << (result.lineFailure.isEmpty() ? result.problems.value(0) : result.lineFailure);
+    }
+    return parts.join(QStringLiteral("; "));
+}
+
+namespace {
+
+void addRange(std::vector<int>& list, int from, int to) {
+    for (int i = from; i <= to; ++i) {
+        list.push_back(i);
+    }
+}
+
+// Sorts the rows of one block reply into sound, damaged and missing records.
+void accountBlock(DownloadResult& result, const LogBlock& block, const QString& frame,
+                  const QString& reply, int rows) {
+    const int asked = block.last - block.first + 1;
+    const link::ReplyVerdict v = link::CheckReplyText(frame, reply);
+    int sound = rows;
+    if (v.state == link::ReplyState::Damaged) {
+        sound = 0;
+    } else if (v.state == link::ReplyState::Incomplete) {
+        // Records that arrived whole are kept; the cut one is damaged.
+        const int whole = std::max(0, (int(reply.size()) / 2 - 4) / kBlockRecordBytes);
+        sound = std::min(rows, whole);
+    }
+    if (v.state != link::ReplyState::Complete) {
+        result.problems << QStringLiteral("block %1-%2: %3")
+                               .arg(counterText(block.first), counterText(block.last), v.why);
+    }
+    const int got = std::min(rows, asked);
+    addRange(result.damaged, block.first + std::min(sound, got), block.first + got - 1);
+    addRange(result.missing, block.first + got, block.last);
+}
+
+}  // namespace
+
 DownloadResult DownloadLog(link::Exchange& exchange, const DownloadProgress& progress) {
     DownloadResult result;
     if (progress.text) {
         progress.text(QString());
     }
-    const QString pointerReply = exchange.SendFrame(QLatin1String(link::kLogPointerRequest));
+    const QString pointerFrame = QLatin1String(link::kLogPointerRequest);
+    const QString pointerReply = exchange.SendFrame(pointerFrame);
+    const link::ExchangeOutcome pointerOutcome = exchange.lastOutcome();
     result.pointer = ParsePointerReply(pointerReply);
-    if (!result.pointer.answered) {
+    if (pointerOutcome.lineFailed()) {
+        // A line that never falls quiet would only feed the streamed transfer the same noise.
+        result.lineFailure = link::DescribeLineFailure(pointerOutcome);
+        result.problems << QStringLiteral("log pointer: ") + result.lineFailure;
+    } else if (!result.pointer.answered) {
         result.streamed = true;
-        result.rows = StreamLogDownload(exchange, progress);
+        result.rows = StreamLogDownload(exchange, progress, &result);
     } else {
+        const link::ReplyVerdict v = link::CheckReplyText(pointerFrame, pointerReply);
+        if (v.state != link::ReplyState::Complete) {
+            result.problems << QStringLiteral("log pointer (read as %1%2): %3")
+                                   .arg(result.pointer.pointer)
+                                   .arg(result.pointer.wrapped ? QStringLiteral(", wrapped")
+                                                               : QString(),
+                                        v.why);
+        }
         if (progress.visible) {
             progress.visible(true);
         }
         const int total = ProgressTotal(result.pointer.pointer, result.pointer.wrapped);
         int counter = 0;
-        for (const LogBlock& block : PlanBlocks(result.pointer.pointer, result.pointer.wrapped)) {
+        const std::vector<LogBlock> blocks =
+            PlanBlocks(result.pointer.pointer, result.pointer.wrapped);
+        for (size_t b = 0; b < blocks.size(); ++b) {
+            const LogBlock& block = blocks[b];
             ++result.blocksRequested;
-            const QString reply = exchange.SendFrame(BlockFrame(block.first, block.last));
+            result.recordsAsked += block.last - block.first + 1;
+            const QString frame = BlockFrame(block.first, block.last);
+            const QString reply = exchange.SendFrame(frame);
             if (reply.isEmpty()) {
                 ++result.blocksSkipped;
+                addRange(result.missing, block.first, block.last);
+                const link::ExchangeOutcome outcome = exchange.lastOutcome();
+                if (outcome.lineFailed()) {
+                    // Every further block would end the same way: stop, and say what is
+                    // missing.
+                    result.lineFailure = link::DescribeLineFailure(outcome);
+                    result.problems << QStringLiteral("block %1-%2: %3")
+                                           .arg(counterText(block.first), counterText(block.last),
+                                                result.lineFailure);
+                    for (size_t rest = b + 1; rest < blocks.size(); ++rest) {
+                        result.recordsAsked += blocks[rest].last - blocks[rest].first + 1;
+                        addRange(result.missing, blocks[rest].first, blocks[rest].last);
+                    }
+                    break;
+                }
                 continue;
             }
             const int start = counter;
             std::vector<LogRow> rows = DecodeBlockReply(reply, counter);
+            accountBlock(result, block, frame, reply, int(rows.size()));
             for (size_t i = 0; i < rows.size(); ++i) {
                 emitRow(progress, result.rows, std::move(rows[i]));
                 report(progress, ProgressText(start + static_cast<int>(i) + 1, total));
@@ -159,10 +264,35 @@ DownloadResult DownloadLog(link::Exchange& exchange, const DownloadProgress& pro
     return result;
 }
 
-std::vector<LogRow> StreamLogDownload(link::Exchange& exchange, const DownloadProgress& progress) {
+StreamLimits StreamLimitsFor(int expected) {
+    const int records = std::clamp(expected + 1, 1, kRingSlots);
+    StreamLimits limits;
+    limits.bytes = link::kStreamHeadBytes + qint64(link::kStreamRecordBytes) * records + 64;
+    // The margin lets the line pause as long as the idle rule allows, more than once.
+    const double ms = 2.0 * link::WireMilliseconds(limits.bytes) + 5000.0;
+    limits.polls = int(std::ceil(ms / (kStreamPollSeconds * 1000.0))) + kStreamIdlePolls + 1;
+    return limits;
+}
+
+std::vector<LogRow> StreamLogDownload(link::Exchange& exchange, const DownloadProgress& progress,
+                                      DownloadResult* result) {
     std::vector<LogRow> rows;
-    const RunTimeReading runTime =
-        DecodeRunTime(exchange.SendFrame(QLatin1String(link::kRunTimeRequest)));
+    const QString runTimeFrame = QLatin1String(link::kRunTimeRequest);
+    const QString runTimeReply = exchange.SendFrame(runTimeFrame);
+    const RunTimeReading runTime = DecodeRunTime(runTimeReply);
+    if (result) {
+        const link::ExchangeOutcome outcome = exchange.lastOutcome();
+        if (outcome.lineFailed()) {
+            result->lineFailure = link::DescribeLineFailure(outcome);
+            result->problems << QStringLiteral("run time: ") + result->lineFailure;
+            return rows;
+        }
+        const link::ReplyVerdict v = link::CheckReplyText(runTimeFrame, runTimeReply);
+        if (!runTimeReply.isEmpty() && v.state != link::ReplyState::Complete) {
+            result->problems << QStringLiteral("run time (the count of records to expect): ") +
+                                    v.why;
+        }
+    }
     if (runTime.outcome != ReplyOutcome::Show) {
         return rows;
     }
@@ -171,6 +301,11 @@ std::vector<LogRow> StreamLogDownload(link::Exchange& exchange, const DownloadPr
     if (expected == 0) {
         return rows;
     }
+    const int asked = std::min(expected, kRingSlots);
+    if (result) {
+        result->recordsAsked = asked;
+    }
+    const StreamLimits limits = StreamLimitsFor(expected);
     exchange.WaitSeconds(kStreamStartWait);
     QString text;
     exchange.ResetAndWrite(QByteArray::fromHex(QByteArray(link::kStreamRequest)));
@@ -178,20 +313,32 @@ std::vector<LogRow> StreamLogDownload(link::Exchange& exchange, const DownloadPr
     enum class Phase { Head, FirstRecord, Records } phase = Phase::Head;
     int k = 0;
     int idle = 0;
-    for (int poll = 0; poll < kStreamMaxPolls; ++poll) {
+    qint64 received = 0;
+    QString failure;
+    for (int poll = 0;; ++poll) {
+        if (poll >= limits.polls) {
+            failure = QStringLiteral("the line did not fall quiet (still sending after %1 s)")
+                          .arg(double(limits.polls) * kStreamPollSeconds, 0, 'f', 1);
+            break;
+        }
         exchange.WaitSeconds(kStreamPollSeconds);
         const QByteArray bytes = exchange.ReadWaiting();
         if (bytes.isEmpty()) {
+            if (!exchange.lineUp()) {
+                failure = QStringLiteral("the port vanished during the transfer");
+                break;
+            }
             if (++idle > kStreamIdlePolls) {
                 break;
             }
             continue;
         }
         idle = 0;
-        if (k >= expected + 1) {
-            continue;  // everything expected is in; the rest only keeps the line busy
+        received += bytes.size();
+        if (k < expected + 1) {
+            text += QString::fromLatin1(bytes.toHex().toUpper());
         }
-        text += QString::fromLatin1(bytes.toHex().toUpper());
+        // Everything expected may be in already; the rest only keeps the line busy.
         while (k < expected + 1) {
             if (phase == Phase::Head) {
                 if (text.size() < kRecordChars) {
@@ -216,10 +363,31 @@ std::vector<LogRow> StreamLogDownload(link::Exchange& exchange, const DownloadPr
                 break;
             }
             const QString record = text.left(kRecordChars);
-            emitRow(progress, rows, RecordRow(record, counterText(fieldValue(record.left(4)))));
+            const int number = fieldValue(record.left(4));
+            emitRow(progress, rows, RecordRow(record, counterText(number)));
+            if (result && number != k && k <= asked) {
+                // Out of sequence: a lost or stray byte has shifted the records.
+                result->damaged.push_back(k);
+            }
             text.remove(0, kRecordChars);
             report(progress, ProgressText(k, expected));
             ++k;
+        }
+        if (received > limits.bytes) {
+            failure = QStringLiteral(
+                          "the line did not fall quiet (more than %1 bytes, the transfer of %2 "
+                          "records has fewer)")
+                          .arg(limits.bytes)
+                          .arg(expected);
+            break;
+        }
+    }
+    if (result) {
+        const int came = std::max(0, k - 1);
+        addRange(result->missing, came + 1, asked);
+        if (!failure.isEmpty()) {
+            result->lineFailure = failure;
+            result->problems << QStringLiteral("streamed transfer: ") + failure;
         }
     }
     return rows;

@@ -3,6 +3,7 @@
 #include "datalog/log_table_model.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <vector>
@@ -70,7 +71,25 @@ struct DownloadResult {
     LogPointer pointer;
     int blocksRequested = 0;
     int blocksSkipped = 0;  // block requests without a reply
+    // What the transfer asked for and what did not come sound. Record numbers are the
+    // charger's: ring slots for block requests, 1.. for the streamed transfer.
+    int recordsAsked = 0;
+    std::vector<int> missing;  // asked for, never came
+    std::vector<int> damaged;  // came in a reply that failed the check, or out of sequence
+    QStringList problems;      // each reply that failed the check, and why
+    // Set when the line did not fall quiet or the port vanished; the transfer stopped there.
+    QString lineFailure;
+
+    bool sound() const {
+        return missing.empty() && damaged.empty() && problems.isEmpty() && lineFailure.isEmpty();
+    }
 };
+
+// Record numbers as ranges of four digits: "0010-0019, 0025".
+QString RecordRanges(const std::vector<int>& records);
+
+// "12 records missing (0010-0019, 0025); 3 damaged (0040-0042)"; empty when none.
+QString MissingDamagedText(const DownloadResult& result);
 
 // The whole download: pointer request, then block requests, or the streamed transfer when the
 // pointer request goes unanswered. Finishing (time stamp, buttons, charge, chart) is left to
@@ -79,13 +98,20 @@ DownloadResult DownloadLog(link::Exchange& exchange, const DownloadProgress& pro
 
 // Polls of 0.2 s in a row without data that end the streamed transfer (more than five).
 constexpr int kStreamIdlePolls = 5;
-// Bound on the streamed transfer's polls, so a line that never falls silent cannot hold the
-// window forever (a full ring at 9600 baud needs about 270).
-constexpr int kStreamMaxPolls = 6000;
+
+// The streamed transfer's hard end for an expected count: bytes beyond the head and the
+// records (plus a margin), and polls of 0.2 s beyond twice their wire time (plus a margin).
+struct StreamLimits {
+    qint64 bytes = 0;
+    int polls = 0;
+};
+StreamLimits StreamLimitsFor(int expected);
 
 // The older transfer: run-time request for the expected count, then the charger streams every
-// record after "850356AA000D" and the rows are numbered by their own record-number field.
+// record after "850356AA000D" and the rows are numbered by their own record-number field. The
+// result, when given, learns what was asked for and what did not come.
 std::vector<LogRow> StreamLogDownload(link::Exchange& exchange,
-                                      const DownloadProgress& progress = {});
+                                      const DownloadProgress& progress = {},
+                                      DownloadResult* result = nullptr);
 
 }  // namespace zun::datalog

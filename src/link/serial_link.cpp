@@ -3,6 +3,7 @@
 #include "link/codec.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
 
@@ -90,57 +91,119 @@ QString SerialLink::describe(QSerialPort::SerialPortError error) {
     }
 }
 
+QString SerialLink::finish(const QString& hex) {
+    emit exchangeEnded(outcome_);
+    return hex;
+}
+
 QString SerialLink::SendFrame(const QString& frame) {
+    outcome_ = ExchangeOutcome{};
+    outcome_.end = ExchangeEnd::NotSent;
     // Any failure from here on gives the empty reply; the result is only set at the end.
     if (port_.isOpen()) {
         port_.clear(QSerialPort::AllDirections);
         port_.readAll();
     } else if (!open()) {
-        return QString();
+        return finish(QString());
     }
     if (!IsHexText(frame)) {
-        return QString();
+        return finish(QString());
     }
     const QByteArray bytes = QByteArray::fromHex(frame.toLatin1());
+    outcome_.limits = LimitsFor(bytes);
     if (trace) {
         trace(true, frame.toUpper());
     }
+    QElapsedTimer clock;
+    clock.start();
     if (port_.write(bytes) != bytes.size()) {
-        return QString();
+        return finish(QString());
     }
     port_.flush();
 
-    // The reply is complete after 20 polls in all that brought nothing new.
+    // The reply is complete after 20 polls in all that brought nothing new. On top of that a
+    // line that keeps sending is cut off at the limits of the longest reply, and fast mode
+    // stops at the first complete, sound reply.
     int stalls = 1;
     qint64 largest = 0;
+    qint64 take = -1;  // fast mode: the reply's own bytes
     for (;;) {
         if (!port_.isOpen()) {
-            return QString();
+            outcome_.end = ExchangeEnd::PortLost;
+            return finish(QString());
         }
         const qint64 waiting = port_.bytesAvailable();
+        outcome_.received = int(waiting);
+        if (waiting > outcome_.limits.bytes) {
+            outcome_.end = ExchangeEnd::HardByteLimit;
+            break;
+        }
+        if (clock.elapsed() > outcome_.limits.milliseconds) {
+            outcome_.end = ExchangeEnd::HardTimeLimit;
+            break;
+        }
         if (waiting <= largest) {
             ++stalls;
         } else {
             largest = waiting;
+            if (fast_) {
+                // A poll may see the reply together with what followed it on the line; the
+                // reply ended when its last byte came, so that is where fast mode ends it.
+                const QByteArray in = port_.peek(waiting);
+                const ReplyVerdict v = CheckReply(bytes, in);
+                if (v.state == ReplyState::Complete ||
+                    (v.expected > 0 && v.expected < in.size() &&
+                     CheckReply(bytes, in.left(v.expected)).state == ReplyState::Complete)) {
+                    outcome_.end = ExchangeEnd::CompleteFast;
+                    take = v.expected;
+                    break;
+                }
+            }
         }
         if (stalls > 20) {
+            outcome_.end = ExchangeEnd::Quiet;
             break;
         }
-        WaitSeconds(0.01f);
+        if (fast_) {
+            waitForBytes(0.01f);
+        } else {
+            WaitSeconds(0.01f);
+        }
     }
     if (!port_.isOpen()) {
-        return QString();
+        outcome_.end = ExchangeEnd::PortLost;
+        return finish(QString());
     }
-    const QByteArray reply = port_.readAll();
+    const QByteArray reply = take > 0 ? port_.read(take) : port_.readAll();
+    outcome_.received = int(reply.size());
+    outcome_.verdict = CheckReply(bytes, reply);
     if (reply.isEmpty()) {
-        return QString();
+        return finish(QString());
     }
     const QString hex = QString::fromLatin1(reply.toHex()).toUpper();
     if (trace) {
         trace(false, hex);
     }
+    if (outcome_.lineNotQuiet()) {
+        // What came is not a reply but the start of an endless stream: hand none of it on.
+        port_.clear(QSerialPort::Input);
+        return finish(QString());
+    }
     QCoreApplication::processEvents();
-    return hex;
+    return finish(hex);
+}
+
+void SerialLink::waitForBytes(float seconds) {
+    // As WaitSeconds, but new bytes end the wait at once, so that a complete reply is seen
+    // as soon as it is in.
+    QEventLoop loop;
+    QTimer timer;
+    timer.setSingleShot(true);
+    timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&timer, &QTimer::timeout, &loop, &QEventLoop::quit);
+    QObject::connect(&port_, &QSerialPort::readyRead, &loop, &QEventLoop::quit);
+    timer.start(qMax(1, qRound(seconds * 1000.0f)));
+    loop.exec();
 }
 
 void SerialLink::WaitSeconds(float seconds) {

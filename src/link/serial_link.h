@@ -34,21 +34,31 @@ public:
     void WaitSeconds(float seconds) override;
     bool ResetAndWrite(const QByteArray& bytes) override;
     QByteArray ReadWaiting() override;
+    ExchangeOutcome lastOutcome() const override { return outcome_; }
+    void setFastMode(bool on) override { fast_ = on; }
+    bool fastMode() const override { return fast_; }
+    bool lineUp() const override { return port_.isOpen(); }
 
     // Optional observer of every frame: sent == true for requests, false for replies.
     std::function<void(bool sent, const QString& hex)> trace;
 
 signals:
     void portLost();
+    // After every SendFrame, with how it ended.
+    void exchangeEnded(const zun::link::ExchangeOutcome& outcome);
 
 private:
     void onError(QSerialPort::SerialPortError error);
     static QString describe(QSerialPort::SerialPortError error);
+    QString finish(const QString& hex);
+    void waitForBytes(float seconds);
 
     QSerialPort port_;
     QString device_;
     QString lastError_;
     PortRefusal lastRefusal_;
+    ExchangeOutcome outcome_;
+    bool fast_ = false;
 };
 
 }  // namespace zun::link

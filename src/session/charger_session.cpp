@@ -39,7 +39,10 @@ public:
             return QString();
         }
         const QString reply = s_.exchange_->SendFrame(frame);
+        s_.lastFrame_ = frame;
+        s_.lastReply_ = reply;
         emit s_.replied(frame, reply);
+        emit s_.exchangeEnded(s_.exchange_->lastOutcome());
         return reply;
     }
     void WaitSeconds(float seconds) override {
@@ -53,6 +56,10 @@ public:
     QByteArray ReadWaiting() override {
         return s_.cancel_ ? QByteArray() : s_.exchange_->ReadWaiting();
     }
+    link::ExchangeOutcome lastOutcome() const override { return s_.exchange_->lastOutcome(); }
+    void setFastMode(bool on) override { s_.exchange_->setFastMode(on); }
+    bool fastMode() const override { return s_.exchange_->fastMode(); }
+    bool lineUp() const override { return s_.exchange_->lineUp(); }
 
 private:
     ChargerSession& s_;
@@ -106,6 +113,18 @@ bool ChargerSession::canOpen(const QString& device) {
     return ok;
 }
 
+void ChargerSession::setFastMode(bool on) {
+    exchange_->setFastMode(on);
+}
+
+bool ChargerSession::fastMode() const {
+    return exchange_->fastMode();
+}
+
+link::ExchangeOutcome ChargerSession::lastOutcome() const {
+    return exchange_->lastOutcome();
+}
+
 void ChargerSession::setTrace(std::function<void(bool, const QString&)> trace) {
     if (serial_ != nullptr) {
         serial_->trace = std::move(trace);
@@ -135,6 +154,7 @@ std::vector<ProbeResult> ChargerSession::search(const QStringList& devices) {
         const QString reply = line_->SendFrame(QLatin1String(link::kRunTimeRequest));
         r.answered = !reply.isEmpty();
         r.charger = reply == QLatin1String(link::kProbeAnswer);
+        r.lineFailure = link::DescribeLineFailure(exchange_->lastOutcome());
         results.push_back(r);
         if (r.charger) {
             break;
@@ -206,12 +226,18 @@ PageResult ChargerSession::writePage(const PageWrite& write) {
                 line_->WaitSeconds(0.1f);
             }
             reply = line_->SendFrame(frame);
-            if (reply == ack) {
+            if (reply == ack || exchange_->lastOutcome().lineFailed()) {
                 break;
             }
         }
         result.replies << reply;
         acknowledged = acknowledged && reply == ack;
+        // A line that did not fall quiet or vanished: the frames after it cannot fare better.
+        result.lineFailure = link::DescribeLineFailure(exchange_->lastOutcome());
+        if (!result.lineFailure.isEmpty()) {
+            result.outcome = PageOutcome::Refused;
+            return result;
+        }
     }
     result.outcome = acknowledged            ? PageOutcome::Acknowledged
                      : write.mustAcknowledge ? PageOutcome::Refused

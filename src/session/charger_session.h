@@ -46,6 +46,7 @@ struct PageResult {
     profile::Page page = profile::Page::General;
     PageOutcome outcome = PageOutcome::NotSent;
     QStringList replies;  // the last reply to each frame sent
+    QString lineFailure;  // the line did not fall quiet or vanished: the page stopped there
 };
 
 // One probed port of the charger search.
@@ -56,6 +57,7 @@ struct ProbeResult {
     link::PortRefusal refusal;  // why it did not open, and what grants access
     bool answered = false;      // anything came back
     bool charger = false;       // the exact probe answer came back
+    QString lineFailure;        // the line did not fall quiet or vanished, in words
 };
 
 // The one conversation with a charger, shared by the window and zunctl: port choice and search,
@@ -82,6 +84,14 @@ public:
 
     // Observer of every frame: sent == true for requests, false for replies.
     void setTrace(std::function<void(bool sent, const QString& hex)> trace);
+
+    // Fast mode ends each exchange at its complete, sound reply; the frames sent are the same.
+    void setFastMode(bool on);
+    bool fastMode() const;
+    // The last exchange: its request, its reply and how it ended.
+    QString lastFrame() const { return lastFrame_; }
+    QString lastReply() const { return lastReply_; }
+    link::ExchangeOutcome lastOutcome() const;
 
     // The probe on the open (or opened) port: only the exact answer, checksum included, counts.
     bool probe();
@@ -128,6 +138,8 @@ signals:
     void pageWritten(const zun::session::PageResult& result);
     // A request and its reply (empty: none came).
     void replied(const QString& frame, const QString& reply);
+    // How each exchange ended, the reply check's verdict included.
+    void exchangeEnded(const zun::link::ExchangeOutcome& outcome);
     // The adapter vanished; the port is closed.
     void portLost();
 
@@ -141,6 +153,8 @@ private:
     std::unique_ptr<Line> line_;
     QString device_;
     QString modelCode_;
+    QString lastFrame_;
+    QString lastReply_;
     int depth_ = 0;
     bool cancel_ = false;
 };

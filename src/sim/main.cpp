@@ -87,6 +87,23 @@ int main(int argc, char* argv[]) {
          QStringLiteral("N")},
         {QStringLiteral("no-pointer"),
          QStringLiteral("Ignore the log pointer request, as old firmware does.")},
+        {QStringLiteral("stray"), QStringLiteral("Send three stray bytes before replies.")},
+        {QStringLiteral("endless"),
+         QStringLiteral("After a reply, keep sending (until the next request), as a device in a "
+                        "loop does.")},
+        {QStringLiteral("bad-checksum"), QStringLiteral("Send replies with a wrong checksum.")},
+        {QStringLiteral("other-reply"),
+         QStringLiteral("Answer with the reply of another command.")},
+        {QStringLiteral("vanish-at"),
+         QStringLiteral("Let the port vanish after N bytes of a reply."), QStringLiteral("N")},
+        {QStringLiteral("trickle-ms"),
+         QStringLiteral("Send replies one byte every N ms instead of at 9600 baud."),
+         QStringLiteral("N")},
+        {QStringLiteral("faults-for"),
+         QStringLiteral(
+             "Limit --truncate, --garbage, --stray, --endless, --bad-checksum, "
+             "--other-reply, --vanish-at and --trickle-ms to these commands (hex, e.g. 50,78)."),
+         QStringLiteral("CMDS")},
         {QStringLiteral("record"), QStringLiteral("Append every request frame as a hex line."),
          QStringLiteral("FILE")},
     };
@@ -106,13 +123,17 @@ int main(int argc, char* argv[]) {
     qint64 truncateTo = -1;
     qint64 delayMs = 0;
     qint64 wrongFor = 0;
+    qint64 vanishAt = -1;
+    qint64 trickleMs = 0;
     if (!readNumber(parser, QStringLiteral("model"), 0, 0xFFFF, model) ||
         !readNumber(parser, QStringLiteral("runtime"), 0, 0xFFFFFFFFLL, runTime) ||
         !readNumber(parser, QStringLiteral("log-records"), 0, ChargeLog::kSlots, records) ||
         !readNumber(parser, QStringLiteral("pointer"), 0, ChargeLog::kSlots - 1, pointer) ||
         !readNumber(parser, QStringLiteral("drop-every"), 0, 1000000, dropEvery) ||
         !readNumber(parser, QStringLiteral("truncate"), 0, 1000000, truncateTo) ||
-        !readNumber(parser, QStringLiteral("delay-ms"), 0, 60000, delayMs)) {
+        !readNumber(parser, QStringLiteral("delay-ms"), 0, 60000, delayMs) ||
+        !readNumber(parser, QStringLiteral("vanish-at"), 0, 1000000, vanishAt) ||
+        !readNumber(parser, QStringLiteral("trickle-ms"), 0, 10000, trickleMs)) {
         return 2;
     }
     if (parser.isSet(QStringLiteral("wrong-ack-for"))) {
@@ -121,6 +142,19 @@ int main(int argc, char* argv[]) {
         if (!ok || wrongFor < 0x51 || wrongFor > 0x55) {
             fprintf(stderr, "zun-sim: --wrong-ack-for wants a write command from 51 to 55\n");
             return 2;
+        }
+    }
+
+    QList<quint8> onlyFor;
+    if (parser.isSet(QStringLiteral("faults-for"))) {
+        for (const QString& text : parser.value(QStringLiteral("faults-for")).split(',')) {
+            bool ok = false;
+            const int command = text.trimmed().toInt(&ok, 16);
+            if (!ok || command < 0x50 || command > 0x78) {
+                fprintf(stderr, "zun-sim: --faults-for wants commands from 50 to 78 (hex)\n");
+                return 2;
+            }
+            onlyFor.append(quint8(command));
         }
     }
 
@@ -139,6 +173,15 @@ int main(int argc, char* argv[]) {
         faults.garbageBefore = QByteArray("\x00\xFF\x13", 3);
         faults.garbageAfter = QByteArray("\x85\x11", 2);
     }
+    if (parser.isSet(QStringLiteral("stray"))) {
+        faults.garbageBefore = QByteArray("\x00\xFF\x13", 3);
+    }
+    faults.onlyFor = onlyFor;
+    faults.endless = parser.isSet(QStringLiteral("endless"));
+    faults.badChecksum = parser.isSet(QStringLiteral("bad-checksum"));
+    faults.otherReply = parser.isSet(QStringLiteral("other-reply"));
+    faults.vanishAt = int(vanishAt);
+    faults.trickleMs = int(trickleMs);
     faults.firstByteDelayMs = int(delayMs);
     faults.ignorePointerRequest = parser.isSet(QStringLiteral("no-pointer"));
     charger.setFaults(faults);

@@ -38,14 +38,18 @@ void closeFd(int& fd) {
 struct Outgoing {
     QByteArray bytes;
     int delayMs = 0;
+    bool endless = false;
+    bool vanish = false;
+    std::chrono::nanoseconds byteTime = PtyHost::kByteTime;
     bool started = false;
     Clock::time_point start;
     int written = 0;
 };
 
 // When byte i of a reply that starts at `start` is due.
-Clock::time_point byteDue(Clock::time_point start, qsizetype i) {
-    return start + std::chrono::duration_cast<Clock::duration>(i * PtyHost::kByteTime);
+Clock::time_point byteDue(Clock::time_point start, qsizetype i,
+                          std::chrono::nanoseconds byteTime = PtyHost::kByteTime) {
+    return start + std::chrono::duration_cast<Clock::duration>(i * byteTime);
 }
 
 int millisUntil(Clock::time_point t, Clock::time_point now) {
@@ -174,8 +178,9 @@ void PtyHost::run() {
     Clock::time_point lineFree = Clock::now();
     Clock::time_point lastInput = lineFree;
     char buffer[4096];
+    bool vanished = false;
 
-    while (!stopping_) {
+    while (!stopping_ && !vanished) {
         Clock::time_point now = Clock::now();
         const bool paced = pacing_;
         bool blocked = false;
@@ -189,8 +194,9 @@ void PtyHost::run() {
             }
             int due = 0;
             if (now >= o.start) {
-                due = paced ? int(std::min<qint64>(o.bytes.size(), (now - o.start) / kByteTime + 1))
-                            : int(o.bytes.size());
+                due = paced
+                          ? int(std::min<qint64>(o.bytes.size(), (now - o.start) / o.byteTime + 1))
+                          : int(o.bytes.size());
             }
             if (due > o.written) {
                 const ssize_t n =
@@ -206,8 +212,17 @@ void PtyHost::run() {
             if (o.written < o.bytes.size()) {
                 break;
             }
-            lineFree = paced ? byteDue(o.start, o.bytes.size()) : now;
+            if (o.endless) {
+                // Keep a little ahead of the line, so that it never runs dry.
+                o.bytes.append(EndlessFiller());
+                continue;
+            }
+            lineFree = paced ? byteDue(o.start, o.bytes.size(), o.byteTime) : now;
+            vanished = o.vanish;
             out.pop_front();
+            if (vanished) {
+                break;
+            }
         }
 
         int timeout = 500;
@@ -215,7 +230,7 @@ void PtyHost::run() {
             timeout = 10;
         } else if (!out.empty()) {
             const Outgoing& o = out.front();
-            const auto next = paced ? byteDue(o.start, o.written) : o.start;
+            const auto next = paced ? byteDue(o.start, o.written, o.byteTime) : o.start;
             timeout = millisUntil(next, now);
         }
         if (charger_.hasPartialFrame()) {
@@ -233,10 +248,20 @@ void PtyHost::run() {
             const ssize_t n = ::read(master_, buffer, sizeof buffer);
             if (n > 0) {
                 lastInput = now;
+                // A new request ends an endless reply.
+                while (!out.empty() && out.back().endless) {
+                    lineFree = now;
+                    out.pop_back();
+                }
                 for (Reply& r : charger_.feed(QByteArray(buffer, int(n)))) {
                     Outgoing o;
                     o.bytes = std::move(r.bytes);
                     o.delayMs = r.firstByteDelayMs;
+                    o.endless = r.endless;
+                    o.vanish = r.vanish;
+                    if (r.byteMs > 0) {
+                        o.byteTime = std::chrono::milliseconds(r.byteMs);
+                    }
                     out.push_back(std::move(o));
                 }
             }
@@ -247,6 +272,11 @@ void PtyHost::run() {
         if (charger_.hasPartialFrame() && now - lastInput >= kResyncSilence) {
             charger_.resync();
         }
+    }
+    if (vanished) {
+        // As an adapter pulled out: both sides go, and the tool's reads fail.
+        closeFd(master_);
+        closeFd(keptSlave_);
     }
 }
 

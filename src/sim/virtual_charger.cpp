@@ -59,6 +59,12 @@ QByteArray frameWithLength(quint8 length, const QByteArray& body) {
 
 const LiveValues VirtualCharger::kDefaultLive = {1420, 850, 1412, 1408, 0, 520, 330, 0};
 
+QByteArray EndlessFiller() {
+    return QByteArrayLiteral(
+        "$GPGGA,123519,4807.038,N,01131.000,E,1,08,0.9,545.4,M,46.9,M,,*47\r\n"
+        "$GPRMC,123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W*6A\r\n");
+}
+
 QByteArray MakeFrame(const QByteArray& body) {
     return frameWithLength(quint8(body.size() + 1), body);
 }
@@ -95,7 +101,16 @@ QList<Reply> VirtualCharger::feed(const QByteArray& in) {
             requests_.append(text);
             recorded.append(text);
 
-            QByteArray reply = answer(frame);
+            const quint8 command = byteAt(frame, 2);
+            const bool hit = faults_.onlyFor.isEmpty() || faults_.onlyFor.contains(command);
+            QByteArray reply;
+            if (hit && faults_.otherReply && frame.size() >= 4) {
+                QByteArray other = frame;
+                other[2] = char(command == kRunTime ? kIdentify : kRunTime);
+                reply = answer(other);
+            } else {
+                reply = answer(frame);
+            }
             if (reply.isEmpty() || faults_.silent) {
                 continue;
             }
@@ -103,11 +118,25 @@ QList<Reply> VirtualCharger::feed(const QByteArray& in) {
             if (faults_.dropEvery > 0 && replyCount_ % faults_.dropEvery == 0) {
                 continue;
             }
+            if (!hit) {
+                replies.append({reply, faults_.firstByteDelayMs});
+                continue;
+            }
+            if (faults_.badChecksum && reply.size() >= 2) {
+                reply[reply.size() - 2] = char(quint8(reply.at(reply.size() - 2)) ^ 0x5A);
+            }
             if (faults_.truncateTo >= 0) {
                 reply.truncate(faults_.truncateTo);
             }
-            replies.append(
-                {faults_.garbageBefore + reply + faults_.garbageAfter, faults_.firstByteDelayMs});
+            Reply r{faults_.garbageBefore + reply + faults_.garbageAfter, faults_.firstByteDelayMs};
+            r.byteMs = faults_.trickleMs;
+            if (faults_.vanishAt >= 0) {
+                r.bytes.truncate(faults_.vanishAt);
+                r.vanish = true;
+            } else {
+                r.endless = faults_.endless;
+            }
+            replies.append(r);
         }
         listener = listener_;
     }

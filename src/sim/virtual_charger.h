@@ -26,13 +26,27 @@ struct Faults {
     QByteArray garbageAfter;            // sent after every reply
     int firstByteDelayMs = 0;           // pause before the first byte of every reply
     bool ignorePointerRequest = false;  // old firmware without the log pointer
+    // The faults below, and truncateTo and the stray bytes above, hit only the requests with
+    // these command bytes (empty: every request).
+    QList<quint8> onlyFor;
+    bool endless = false;      // after the reply the line never falls quiet (a device in a loop)
+    bool badChecksum = false;  // the reply's checksum byte is wrong
+    bool otherReply = false;   // the reply of another command (run time, or identification)
+    int vanishAt = -1;         // the port vanishes after this many bytes of the reply (-1: no)
+    int trickleMs = 0;         // the reply goes out one byte every N ms (0: at line speed)
 };
 
 // One reply as it goes on the line.
 struct Reply {
     QByteArray bytes;
     int firstByteDelayMs = 0;
+    bool endless = false;  // followed by bytes that never end, until the next request
+    bool vanish = false;   // the port vanishes once the bytes are out
+    int byteMs = 0;        // one byte every N ms instead of the line's pace (0: the line's)
 };
+
+// What an endless reply is followed by: a receiver's sentences, over and over.
+QByteArray EndlessFiller();
 
 // The charger's side of the protocol, bytes in and bytes out, with no I/O of its own. Every
 // member may be called from any thread.

@@ -11,6 +11,9 @@ private slots:
     void readings();
     void download_data();
     void download();
+    void shortfall_data();
+    void shortfall();
+    void streamNeverQuietEnds();
     void textRules_data();
     void textRules();
     void saveAndLoad_data();

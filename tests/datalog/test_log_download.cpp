@@ -19,10 +19,18 @@ struct FakeExchange : zun::link::Exchange {
     QList<float> waits;
     QList<QByteArray> written;
     int reads = 0;
+    QString failOn;  // this request ends at the byte limit, as on a line that never falls quiet
+    zun::link::ExchangeOutcome last;
     QString SendFrame(const QString& frame) override {
         requests << frame;
+        last = {};
+        if (frame == failOn) {
+            last.end = zun::link::ExchangeEnd::HardByteLimit;
+            return {};
+        }
         return reply(frame);
     }
+    zun::link::ExchangeOutcome lastOutcome() const override { return last; }
     void WaitSeconds(float seconds) override { waits << seconds; }
     bool ResetAndWrite(const QByteArray& bytes) override {
         written << bytes;
@@ -200,3 +208,154 @@ void DatalogTest::download() {
 }
 
 QTEST_MAIN(DatalogTest)
+
+namespace {
+
+// A block reply as the charger sends it, checksum included.
+QString soundBlock(int first, int last) {
+    QByteArray body = QByteArray::fromHex("88AA");
+    for (int s = first; s <= last; ++s) {
+        body += QByteArray::fromHex(slotRecord(s).toLatin1());
+    }
+    const QByteArray length(1, char(body.size() + 1));
+    quint32 sum = quint8(length[0]);
+    for (char c : body) {
+        sum += quint8(c);
+    }
+    const QByteArray frame = "\x85" + length + body + QByteArray(1, char(sum)) + "\x0D";
+    return QString::fromLatin1(frame.toHex().toUpper());
+}
+
+QString numbers(const std::vector<int>& list) {
+    QStringList out;
+    for (int n : list) {
+        out << QString::number(n);
+    }
+    return out.join(',');
+}
+
+}  // namespace
+
+// What a download reports beside its rows: the records asked for, and which of them did not
+// come or came in a reply that failed the check.
+void DatalogTest::shortfall_data() {
+    QTest::addColumn<QString>("pointer");    // pointer reply; empty: the streamed transfer
+    QTest::addColumn<QString>("block");      // what block 0010-0019 brings: sound, none, cut,
+                                             // checksum, endless
+    QTest::addColumn<QList<int>>("stream");  // record numbers of the streamed transfer
+    QTest::addColumn<int>("rows");
+    QTest::addColumn<int>("asked");
+    QTest::addColumn<QString>("missing");
+    QTest::addColumn<QString>("damaged");
+    QTest::addColumn<QString>("report");  // what the window shows beside the progress
+
+    const QString p25 = "85040019001D0D";  // 25 records, not wrapped, sound
+    QTest::newRow("sound") << p25 << "sound" << QList<int>{} << 25 << 25 << ""
+                           << ""
+                           << "";
+    QTest::newRow("block without reply")
+        << p25 << "none" << QList<int>{} << 15 << 25 << "10,11,12,13,14,15,16,17,18,19"
+        << ""
+        << "10 of 25 records missing (0010-0019)";
+    // Seven records whole, the eighth cut inside: it still makes a row, a damaged one.
+    QTest::newRow("block cut") << p25 << "cut" << QList<int>{} << 23 << 25 << "18,19"
+                               << "17"
+                               << "2 of 25 records missing (0018-0019); 1 damaged (0017)";
+    QTest::newRow("block with a wrong checksum")
+        << p25 << "checksum" << QList<int>{} << 25 << 25 << ""
+        << "10,11,12,13,14,15,16,17,18,19"
+        << "10 damaged (0010-0019)";
+    QTest::newRow("pointer with a wrong checksum")
+        << "8504001900FF0D"
+        << "sound" << QList<int>{} << 25 << 25 << ""
+        << ""
+        << "log pointer (read as 25): checksum FF, the bytes add up to 1D";
+    QTest::newRow("line never quiet on a block") << p25 << "endless" << QList<int>{} << 10 << 25
+                                                 << "10,11,12,13,14,15,16,17,18,19,20,21,22,23,24"
+                                                 << ""
+                                                 << "15 of 25 records missing (0010-0024)";
+    QTest::newRow("stream sound") << ""
+                                  << "" << QList<int>{1, 2, 3, 4, 5} << 5 << 5 << ""
+                                  << ""
+                                  << "";
+    QTest::newRow("stream cut short") << ""
+                                      << "" << QList<int>{1, 2, 3} << 3 << 5 << "4,5"
+                                      << ""
+                                      << "2 of 5 records missing (0004-0005)";
+    QTest::newRow("stream out of sequence") << ""
+                                            << "" << QList<int>{1, 2, 4, 5} << 4 << 5 << "5"
+                                            << "3,4"
+                                            << "1 of 5 records missing (0005); "
+                                               "2 damaged (0003-0004)";
+}
+
+void DatalogTest::shortfall() {
+    QFETCH(QString, pointer);
+    QFETCH(QString, block);
+    QFETCH(QList<int>, stream);
+    QFETCH(int, rows);
+    QFETCH(int, asked);
+    QFETCH(QString, missing);
+    QFETCH(QString, damaged);
+    QFETCH(QString, report);
+    FakeExchange ex;
+    if (block == "endless") {
+        ex.failOn = "850678AA000A00130D";
+    }
+    ex.reply = [&](const QString& f) -> QString {
+        if (f == "850375AA000D") {
+            return pointer;
+        }
+        if (f == "850357AA000D") {
+            return QString("850667320000009F0D");  // 50 minutes: five records
+        }
+        const int first = f.mid(8, 4).toInt(nullptr, 16);
+        const int last = f.mid(12, 4).toInt(nullptr, 16);
+        const QString whole = soundBlock(first, last);
+        if (first != 10 || block == "sound") {
+            return whole;
+        }
+        if (block == "cut") {
+            return whole.left(8 + 24 * 7 + 20);
+        }
+        if (block == "checksum") {
+            return whole.left(whole.size() - 4) + "000D";
+        }
+        return {};
+    };
+    QByteArray bytes = QByteArray::fromHex("850066") + QByteArray(13, char(0xAA));
+    for (int n : stream) {
+        bytes += QByteArray::fromHex(record(n, n, 100 + n, 200 + n, 300 + n).toLatin1());
+    }
+    ex.streamReads << bytes;
+    const DownloadResult r = DownloadLog(ex);
+    QCOMPARE(int(r.rows.size()), rows);
+    QCOMPARE(r.recordsAsked, asked);
+    QCOMPARE(numbers(r.missing), missing);
+    QCOMPARE(numbers(r.damaged), damaged);
+    QCOMPARE(MissingDamagedText(r), report);
+    QCOMPARE(r.sound(), report.isEmpty());
+    QCOMPARE(!r.lineFailure.isEmpty(), block == "endless");
+    if (block == "endless") {
+        // Nothing more is sent into a line that never falls quiet.
+        QCOMPARE(ex.requests.last(), QString("850678AA000A00130D"));
+    }
+}
+
+// A streamed transfer that never falls quiet ends at its limit, not after twenty minutes.
+void DatalogTest::streamNeverQuietEnds() {
+    FakeExchange ex;
+    ex.reply = [](const QString&) { return QString("850667320000009F0D"); };  // five records
+    const StreamLimits limits = StreamLimitsFor(5);
+    // One byte a poll: never enough to reach the byte limit, always enough to not be idle.
+    for (int i = 0; i < limits.polls + 50; ++i) {
+        ex.streamReads << QByteArray(1, char(0x55));
+    }
+    DownloadResult result;
+    StreamLogDownload(ex, {}, &result);
+    QCOMPARE(ex.reads, limits.polls);
+    QVERIFY(limits.polls < 100);
+    QVERIFY2(result.lineFailure.startsWith("the line did not fall quiet (still sending after"),
+             qPrintable(result.lineFailure));
+    QCOMPARE(numbers(result.missing), QString("1,2,3,4,5"));
+}

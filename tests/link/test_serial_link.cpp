@@ -1,5 +1,6 @@
 #include "link/frames.h"
 #include "link/serial_link.h"
+#include "sim/charge_log.h"
 #include "sim/pty_host.h"
 #include "sim/virtual_charger.h"
 
@@ -23,6 +24,11 @@ private slots:
     void delayedFirstByteStillArrives();
     void garbageIsPartOfTheReply();
     void vanishedAdapterGivesEmptyAndClosesThePort();
+    void fastModeSendsTheSameFramesAndFallsBack_data();
+    void fastModeSendsTheSameFramesAndFallsBack();
+    void lineThatNeverFallsQuietEnds_data();
+    void lineThatNeverFallsQuietEnds();
+    void portVanishingMidReplyIsReported();
 
 private:
     std::unique_ptr<sim::VirtualCharger> charger_;
@@ -130,6 +136,159 @@ void TestSerialLink::vanishedAdapterGivesEmptyAndClosesThePort() {
     QVERIFY(lost.count() >= 1);
     // Further exchanges fail quietly too: the device is gone.
     QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString());
+}
+
+namespace {
+
+enum Fault { None, Cut, Stray, BadChecksum, OtherReply };
+
+sim::Faults faultsFor(int fault) {
+    sim::Faults f;
+    f.truncateTo = fault == Cut ? 5 : -1;
+    if (fault == Stray) {
+        f.garbageBefore = QByteArray("\x00\xFF\x13", 3);
+    }
+    f.badChecksum = fault == BadChecksum;
+    f.otherReply = fault == OtherReply;
+    return f;
+}
+
+const char* endName(link::ExchangeEnd end) {
+    switch (end) {
+        case link::ExchangeEnd::NotSent:
+            return "not sent";
+        case link::ExchangeEnd::Quiet:
+            return "quiet";
+        case link::ExchangeEnd::CompleteFast:
+            return "complete-fast";
+        case link::ExchangeEnd::HardByteLimit:
+            return "byte limit";
+        case link::ExchangeEnd::HardTimeLimit:
+            return "time limit";
+        case link::ExchangeEnd::PortLost:
+            return "port lost";
+    }
+    return "?";
+}
+
+}  // namespace
+
+// The same request in both modes: the same frame reaches the charger and the same text comes
+// back; fast mode ends early only on a sound reply and otherwise falls back to the poll rule.
+void TestSerialLink::fastModeSendsTheSameFramesAndFallsBack_data() {
+    QTest::addColumn<QString>("frame");
+    QTest::addColumn<int>("fault");
+    QTest::addColumn<QString>("fastEnd");
+    QTest::newRow("identify") << link::kIdentifyRequest << int(None) << "complete-fast";
+    QTest::newRow("settings") << link::kSettingsRequest << int(None) << "complete-fast";
+    QTest::newRow("block") << "850678AA000000090D" << int(None) << "complete-fast";
+    QTest::newRow("general write")
+        << "850E510004B00064001200FA020190000D" << int(None) << "complete-fast";
+    QTest::newRow("identify cut") << link::kIdentifyRequest << int(Cut) << "quiet";
+    QTest::newRow("block stray") << "850678AA000000090D" << int(Stray) << "quiet";
+    QTest::newRow("settings checksum") << link::kSettingsRequest << int(BadChecksum) << "quiet";
+    QTest::newRow("identify other reply") << link::kIdentifyRequest << int(OtherReply) << "quiet";
+}
+
+void TestSerialLink::fastModeSendsTheSameFramesAndFallsBack() {
+    QFETCH(QString, frame);
+    QFETCH(int, fault);
+    QFETCH(QString, fastEnd);
+    charger_->setLog(sim::ChargeLog::Unwrapped(50));
+    charger_->setFaults(faultsFor(fault));
+
+    const QString slow = link_->SendFrame(frame);
+    QCOMPARE(endName(link_->lastOutcome().end), "quiet");
+    const QStringList slowRequests = charger_->requests();
+    charger_->clearRequests();
+    link_->setFastMode(true);
+    const QString fast = link_->SendFrame(frame);
+    const link::ExchangeOutcome outcome = link_->lastOutcome();
+    QCOMPARE(charger_->requests(), slowRequests);
+    QCOMPARE(slowRequests, QStringList{frame});
+    QCOMPARE(fast, slow);
+    QVERIFY(!fast.isEmpty());
+    QCOMPARE(endName(outcome.end), qPrintable(fastEnd));
+    QCOMPARE(outcome.verdict.state == link::ReplyState::Complete, fault == None);
+}
+
+// A device that keeps sending after (or instead of) the reply: the exchange ends at the byte
+// limit with the empty reply, never hangs. Fast mode still takes a sound reply at its end.
+void TestSerialLink::lineThatNeverFallsQuietEnds_data() {
+    QTest::addColumn<QString>("frame");
+    QTest::addColumn<bool>("fast");
+    QTest::addColumn<bool>("stray");
+    QTest::addColumn<QString>("reply");
+    QTest::addColumn<QString>("end");
+    QTest::addColumn<int>("trickleMs");
+    QTest::newRow("identify") << link::kIdentifyRequest << false << false << ""
+                              << "byte limit" << 0;
+    QTest::newRow("settings") << link::kSettingsRequest << false << false << ""
+                              << "byte limit" << 0;
+    QTest::newRow("probe") << link::kRunTimeRequest << false << false << ""
+                           << "byte limit" << 0;
+    QTest::newRow("identify, fast") << link::kIdentifyRequest << true << false << "8504600C26960D"
+                                    << "complete-fast" << 0;
+    QTest::newRow("identify after stray bytes, fast")
+        << link::kIdentifyRequest << true << true << ""
+        << "byte limit" << 0;
+    QTest::newRow("block after stray bytes, fast") << "850678AA000000090D" << true << true << ""
+                                                   << "byte limit" << 0;
+    // A byte every 8 ms: every poll sees something new, yet the settings reply's byte limit is
+    // far off; the time limit ends it.
+    QTest::newRow("settings trickling") << link::kSettingsRequest << false << false << ""
+                                        << "time limit" << 8;
+}
+
+void TestSerialLink::lineThatNeverFallsQuietEnds() {
+    QFETCH(QString, frame);
+    QFETCH(bool, fast);
+    QFETCH(bool, stray);
+    QFETCH(QString, reply);
+    QFETCH(QString, end);
+    QFETCH(int, trickleMs);
+    sim::Faults f;
+    f.endless = true;
+    f.trickleMs = trickleMs;
+    if (stray) {
+        f.garbageBefore = QByteArray("\x00\xFF\x13", 3);
+    }
+    charger_->setFaults(f);
+    link_->setFastMode(fast);
+    QElapsedTimer t;
+    t.start();
+    QCOMPARE(link_->SendFrame(frame), reply);
+    const link::ExchangeOutcome outcome = link_->lastOutcome();
+    QCOMPARE(endName(outcome.end), qPrintable(end));
+    QVERIFY2(t.elapsed() < 20000, qPrintable(QString::number(t.elapsed())));
+    if (outcome.end == link::ExchangeEnd::HardByteLimit) {
+        QVERIFY(outcome.received > outcome.limits.bytes);
+    }
+    if (outcome.lineNotQuiet()) {
+        QVERIFY(link::DescribeLineFailure(outcome).contains("did not fall quiet"));
+    }
+    // The next request ends the endless stream; the line serves again.
+    charger_->setFaults({});
+    QTest::qWait(50);
+    QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString(link::kProbeAnswer));
+}
+
+// A pseudo-terminal reports its end only when written to: the cut reply comes back as it is,
+// failing the check, and the next exchange finds the port gone.
+void TestSerialLink::portVanishingMidReplyIsReported() {
+    QSignalSpy lost(link_.get(), &link::SerialLink::portLost);
+    sim::Faults f;
+    f.vanishAt = 300;
+    f.onlyFor = {0x59};
+    charger_->setFaults(f);
+    QCOMPARE(link_->SendFrame(link::kIdentifyRequest), QStringLiteral("8504600C26960D"));
+    const QString cut = link_->SendFrame(link::kSettingsRequest);
+    QVERIFY2(cut.size() <= 600, qPrintable(cut));
+    QVERIFY(link_->lastOutcome().verdict.state != link::ReplyState::Complete);
+    QCOMPARE(link_->SendFrame(link::kIdentifyRequest), QString());
+    QCOMPARE(endName(link_->lastOutcome().end), "port lost");
+    QVERIFY(!link_->isOpen());
+    QVERIFY(lost.count() >= 1);
 }
 
 QTEST_GUILESS_MAIN(TestSerialLink)

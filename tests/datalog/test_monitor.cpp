@@ -187,4 +187,4 @@ int main(int argc, char** argv) {
     return QTest::qExec(&t, argc, argv);
 }
 
-#include "tst_monitor.moc"
+#include "test_monitor.moc"

@@ -414,6 +414,7 @@ void GetDataPage::DownloadLog() {
     CmdGetSave->setEnabled(false);
     setChartButtons(false);
     LabDownDisp->clear();
+    bool streamCut = false;
     {
         // A file opened now would be overwritten by the rows still coming in.
         const ControlLock openLock({CmdGetOpen});
@@ -424,7 +425,7 @@ void GetDataPage::DownloadLog() {
         progress.row = [this](const datalog::LogRow& row) { table_.appendRow(row); };
         try {
             if (state_.link != nullptr) {
-                datalog::DownloadLog(*state_.link, progress);
+                streamCut = datalog::DownloadLog(*state_.link, progress).streamCut;
             }
         } catch (...) {
             // Whatever arrived stays in the table and is finished like a complete log.
@@ -444,6 +445,9 @@ void GetDataPage::DownloadLog() {
         TxtRow[0]->clear();
         TxtRow[1]->clear();
         setChartButtons(false);
+    }
+    if (streamCut) {
+        tellInformation(datalog::StreamCutText(table_.recordCount()));
     }
 }
 

@@ -11,6 +11,7 @@ private slots:
     void readings();
     void download_data();
     void download();
+    void streamThatNeverEnds();
     void textRules_data();
     void textRules();
     void saveAndLoad_data();

@@ -1,3 +1,4 @@
+#include "fileio/save_file.h"
 #include "sim/charge_log.h"
 #include "sim/pty_host.h"
 #include "sim/virtual_charger.h"
@@ -10,7 +11,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <mutex>
 
 using zun::sim::ChargeLog;
@@ -166,9 +166,12 @@ int main(int argc, char* argv[]) {
             errno = 0;
             if (record.write(line) != line.size() || !record.flush()) {
                 recording = false;
+                const int cause = errno;
                 fprintf(stderr,
                         "zun-sim: cannot record to %s: %s; requests are no longer recorded\n",
-                        qPrintable(record.fileName()), std::strerror(errno ? errno : EIO));
+                        qPrintable(record.fileName()),
+                        qPrintable(zun::fileio::WriteFailureReason(record.fileName(), cause,
+                                                                   record.errorString())));
             }
         });
     }

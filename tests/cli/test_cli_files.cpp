@@ -228,9 +228,10 @@ private slots:
         QCOMPARE(sim.exitStatus(), QProcess::NormalExit);
         QCOMPARE(sim.exitCode(), 0);
         const QString err = QString::fromLocal8Bit(sim.readAllStandardError());
-        QVERIFY2(err.contains(QStringLiteral("cannot record to ")) &&
-                     err.contains(QStringLiteral("File too large")),
-                 qPrintable(err));
+        QVERIFY2(
+            err.contains(QStringLiteral("cannot record to ")) &&
+                err.contains(QStringLiteral("File too large: the file size limit was reached")),
+            qPrintable(err));
         QCOMPARE(err.count(QStringLiteral("cannot record")), 1);
     }
 };

@@ -414,7 +414,6 @@ void GetDataPage::DownloadLog() {
     CmdGetSave->setEnabled(false);
     setChartButtons(false);
     LabDownDisp->clear();
-    bool streamCut = false;
     {
         // A file opened now would be overwritten by the rows still coming in.
         const ControlLock openLock({CmdGetOpen});
@@ -425,7 +424,7 @@ void GetDataPage::DownloadLog() {
         progress.row = [this](const datalog::LogRow& row) { table_.appendRow(row); };
         try {
             if (state_.link != nullptr) {
-                streamCut = datalog::DownloadLog(*state_.link, progress).streamCut;
+                datalog::DownloadLog(*state_.link, progress);
             }
         } catch (...) {
             // Whatever arrived stays in the table and is finished like a complete log.
@@ -445,9 +444,6 @@ void GetDataPage::DownloadLog() {
         TxtRow[0]->clear();
         TxtRow[1]->clear();
         setChartButtons(false);
-    }
-    if (streamCut) {
-        tellInformation(datalog::StreamCutText(table_.recordCount()));
     }
 }
 

@@ -559,10 +559,6 @@ int Log(const Invocation& inv, FILE* out, FILE* err) {
         return fail(err, kExitUsage,
                     QStringLiteral("cannot write %1: %2").arg(inv.output, saved.error));
     }
-    if (result.streamCut) {
-        print(err, QStringLiteral("zunctl: warning: ") +
-                       datalog::StreamCutText(static_cast<int>(result.rows.size())));
-    }
     if (result.blocksSkipped > 0) {
         print(err, QStringLiteral("zunctl: warning: %1 of %2 block requests went unanswered")
                        .arg(result.blocksSkipped)

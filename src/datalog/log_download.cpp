@@ -131,7 +131,7 @@ DownloadResult DownloadLog(link::Exchange& exchange, const DownloadProgress& pro
     result.pointer = ParsePointerReply(pointerReply);
     if (!result.pointer.answered) {
         result.streamed = true;
-        result.rows = StreamLogDownload(exchange, progress, &result.streamCut);
+        result.rows = StreamLogDownload(exchange, progress);
     } else {
         if (progress.visible) {
             progress.visible(true);
@@ -159,20 +159,7 @@ DownloadResult DownloadLog(link::Exchange& exchange, const DownloadProgress& pro
     return result;
 }
 
-QString StreamCutText(int rows) {
-    return QStringLiteral(
-               "The charger was still sending after %1 polls of %2 s; the download was "
-               "ended with the %3 records received.")
-        .arg(kStreamMaxPolls)
-        .arg(static_cast<double>(kStreamPollSeconds))
-        .arg(rows);
-}
-
-std::vector<LogRow> StreamLogDownload(link::Exchange& exchange, const DownloadProgress& progress,
-                                      bool* cut) {
-    if (cut != nullptr) {
-        *cut = false;
-    }
+std::vector<LogRow> StreamLogDownload(link::Exchange& exchange, const DownloadProgress& progress) {
     std::vector<LogRow> rows;
     const RunTimeReading runTime =
         DecodeRunTime(exchange.SendFrame(QLatin1String(link::kRunTimeRequest)));
@@ -191,13 +178,7 @@ std::vector<LogRow> StreamLogDownload(link::Exchange& exchange, const DownloadPr
     enum class Phase { Head, FirstRecord, Records } phase = Phase::Head;
     int k = 0;
     int idle = 0;
-    for (int poll = 0;; ++poll) {
-        if (poll == kStreamMaxPolls) {
-            if (cut != nullptr) {
-                *cut = true;
-            }
-            break;
-        }
+    for (int poll = 0; poll < kStreamMaxPolls; ++poll) {
         exchange.WaitSeconds(kStreamPollSeconds);
         const QByteArray bytes = exchange.ReadWaiting();
         if (bytes.isEmpty()) {

@@ -69,8 +69,7 @@ struct DownloadResult {
     bool streamed = false;  // the pointer request got no reply
     LogPointer pointer;
     int blocksRequested = 0;
-    int blocksSkipped = 0;   // block requests without a reply
-    bool streamCut = false;  // the streamed transfer still ran at kStreamMaxPolls and was ended
+    int blocksSkipped = 0;  // block requests without a reply
 };
 
 // The whole download: pointer request, then block requests, or the streamed transfer when the
@@ -87,9 +86,6 @@ constexpr int kStreamMaxPolls = 6000;
 // The older transfer: run-time request for the expected count, then the charger streams every
 // record after "850356AA000D" and the rows are numbered by their own record-number field.
 std::vector<LogRow> StreamLogDownload(link::Exchange& exchange,
-                                      const DownloadProgress& progress = {}, bool* cut = nullptr);
-
-// The message shown when the streamed transfer was ended at its bound.
-QString StreamCutText(int rows);
+                                      const DownloadProgress& progress = {});
 
 }  // namespace zun::datalog

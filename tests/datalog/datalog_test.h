@@ -11,7 +11,6 @@ private slots:
     void readings();
     void download_data();
     void download();
-    void streamThatNeverEnds();
     void textRules_data();
     void textRules();
     void saveAndLoad_data();

@@ -200,30 +200,3 @@ void DatalogTest::download() {
 }
 
 QTEST_MAIN(DatalogTest)
-
-// A line that never falls silent ends the streamed transfer at its bound, keeping what came in
-// and saying so.
-void DatalogTest::streamThatNeverEnds() {
-    FakeExchange ex;
-    // No pointer reply; a run time of 100 minutes: ten records expected.
-    ex.reply = [](const QString& frame) {
-        return frame == "850357AA000D" ? QStringLiteral("85066764000000000D") : QString();
-    };
-    QByteArray stream = QByteArray::fromHex("850066") + QByteArray(13, char(0xAA));
-    for (int n = 1; n <= 10; ++n) {
-        stream += QByteArray::fromHex(slotRecord(n).toLatin1());
-    }
-    ex.streamReads << stream;
-    for (int i = 0; i < 2 * kStreamMaxPolls; ++i) {
-        ex.streamReads << QByteArray(1, char(0x13));  // then a stray byte every poll, for ever
-    }
-    const DownloadResult r = DownloadLog(ex);
-    QVERIFY(r.streamed);
-    QVERIFY(r.streamCut);
-    QCOMPARE(ex.reads, kStreamMaxPolls);
-    QCOMPARE(rowTexts(r.rows).size(), 10);
-    QCOMPARE(rowTexts(r.rows).last(), QStringLiteral("0010,0.10,1.10,2.10,3.10"));
-    QCOMPARE(StreamCutText(10), QStringLiteral("The charger was still sending after 6000 polls of "
-                                               "0.2 s; the download was ended with the 10 records "
-                                               "received."));
-}

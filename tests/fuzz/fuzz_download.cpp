@@ -67,8 +67,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         __builtin_trap();
     }
     if (r.streamed) {
-        // Run time and stream requests at most; the reads end at their bound.
-        if (line.sent > 2 || line.reads > kStreamMaxPolls || r.rows.size() > 32767) {
+        // The run-time request at most; the reads end at the transfer's own bound (a hang is
+        // caught by the fuzzer's time limit).
+        if (line.sent > 2 || r.rows.size() > 32767) {
             __builtin_trap();
         }
     } else {

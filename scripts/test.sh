@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds ZUN and runs every test: the normal build, then the same tests under
 # AddressSanitizer + UndefinedBehaviorSanitizer (less the full-ring downloads, which only cost
-# time there: the same code paths run in the shorter tests), then a short run of each fuzz target.
+# time there: the same code paths run in the shorter tests), then a short run of each fuzz
+# target (scripts/fuzz.sh).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
@@ -26,15 +27,7 @@ ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
     ctest --test-dir build-asan --output-on-failure --timeout 900 --label-exclude slow -j2
 
 if command -v clang++ >/dev/null; then
-    echo "== fuzz targets (short runs)"
-    CXX=clang++ cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=Debug -DZUN_FUZZ=ON -DZUN_SANITIZE=ON \
-        -DZUN_BUILD_BENCH=OFF -DZUN_SUBSYSTEMS="link;profile;datalog;lang"
-    cmake --build build-fuzz -j"$jobs" --target zun_fuzz_all
-    for f in build-fuzz/tests/fuzz/fuzz_*; do
-        [ -f "$f" ] && [ -x "$f" ] || continue
-        echo "-- $f"
-        ASAN_OPTIONS=detect_leaks=0 "$f" -runs=20000 -max_len=4096 -seed=1 >/dev/null 2>&1 \
-            || { echo "fuzz target $f failed"; "$f" -runs=20000 -max_len=4096 -seed=1 2>&1 | tail -30; exit 1; }
-    done
+    echo "== fuzz targets (short runs from their starting inputs)"
+    scripts/fuzz.sh 10
 fi
 echo "all tests passed"

@@ -308,7 +308,12 @@ void FrmMain::LoadLanguage() {
     }
     const QString name = CmbLang->currentText();
     languages_.remember(name);
-    ApplyLanguage(this, languages_.captionsOf(name));
+    const lang::LanguageCatalog::LanguageRead read = languages_.readLanguage(name);
+    if (!read.error.isEmpty()) {
+        QMessageBox::warning(this, windowTitle(), read.error);
+        return;
+    }
+    ApplyLanguage(this, read.captions);
 }
 
 void FrmMain::Tab1_Click(int index) {

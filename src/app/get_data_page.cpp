@@ -474,8 +474,11 @@ void GetDataPage::CmdGetOpen_Click() {
         chargeAh_ = f.chargeAh;
         DrawLogChart();
         if (r.truncated) {
-            tellInformation(QStringLiteral("The file is larger than a data log can be: only its "
-                                           "first %1 records were loaded.")
+            tellInformation(QStringLiteral("The file is larger than a data log can be (at most "
+                                           "%1 records, %2 MiB are read): only its first %3 "
+                                           "records were loaded.")
+                                .arg(datalog::kMaxCsvDataLines)
+                                .arg(datalog::kMaxCsvBytes / (1024 * 1024))
                                 .arg(table_.recordCount()));
         }
     } catch (...) {

@@ -10,7 +10,13 @@
 #include <QCommandLineParser>
 #include <QTimer>
 
+#include <csignal>
+
 int main(int argc, char** argv) {
+#ifdef SIGXFSZ
+    // Under a file size limit a write must fail with its message, not end the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+#endif
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("zun"));
     QApplication::setApplicationVersion(zun::link::BuildInfo::versionLine());

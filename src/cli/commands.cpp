@@ -697,6 +697,15 @@ int Chart(const Invocation& inv, FILE* out, FILE* err) {
         return fail(err, kExitUsage,
                     QStringLiteral("cannot read %1: %2").arg(source, loaded.error));
     }
+    if (loaded.truncated) {
+        print(err, QStringLiteral("zunctl: warning: %1 is larger than a data log can be (at most "
+                                  "%2 records, %3 MiB are read): the chart shows its first %4 "
+                                  "records")
+                       .arg(source)
+                       .arg(datalog::kMaxCsvDataLines)
+                       .arg(datalog::kMaxCsvBytes / (1024 * 1024))
+                       .arg(loaded.rows.size()));
+    }
     datalog::LogTableModel table;
     table.setRows(loaded.rows);
     const datalog::LogFinish finish = datalog::FinishLoad(table, loaded.labTime);

@@ -1,17 +1,15 @@
 #include "datalog/log_csv.h"
 
 #include "datalog/log_finish.h"
+#include "fileio/save_file.h"
 #include "link/codec.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QStringDecoder>
 #include <QStringView>
 
-#include <cerrno>
 #include <cmath>
-#include <cstring>
 
 namespace zun::datalog {
 
@@ -99,25 +97,8 @@ QByteArray BuildLogCsv(const LogTableModel& table, const CsvSaveInput& input) {
 }
 
 FileResult WriteWholeFile(const QString& path, const QByteArray& bytes) {
-    FileResult r;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        r.error = file.errorString();
-        return r;
-    }
-    errno = 0;
-    if (file.write(bytes) != bytes.size() || !file.flush()) {
-        const int cause = errno;
-        r.error = cause != 0 ? QString::fromLocal8Bit(std::strerror(cause)) : file.errorString();
-        file.cancelWriting();
-        return r;
-    }
-    if (!file.commit()) {
-        r.error = file.errorString();
-        return r;
-    }
-    r.ok = true;
-    return r;
+    const fileio::SaveOutcome saved = fileio::SaveWholeFile(path, bytes);
+    return FileResult{saved.ok, saved.reason};
 }
 
 FileResult SaveLogCsv(const QString& path, const LogTableModel& table, const CsvSaveInput& input) {

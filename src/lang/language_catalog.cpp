@@ -1,10 +1,11 @@
 #include "lang/language_catalog.h"
 
+#include "fileio/save_file.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QStandardPaths>
 
 #include <algorithm>
@@ -101,7 +102,17 @@ QString LanguageCatalog::readFirstField(const QString& path, bool* exists) const
     if (path.isEmpty() || !file.open(QIODevice::ReadOnly)) {
         return QString();
     }
-    const QStringList fields = LanguageFile::readFields(LanguageFile::decode(file.read(4096)));
+    return firstFieldOf(file.read(kMaxStateBytes));
+}
+
+QByteArray LanguageCatalog::rememberedFileBytes(const QString& name) {
+    const bool quote = name.contains(u',') || name.startsWith(u' ') || name.startsWith(u'\t');
+    return (quote ? QByteArray("\"") + name.toUtf8() + '"' : name.toUtf8()) + '\n';
+}
+
+QString LanguageCatalog::firstFieldOf(const QByteArray& bytes) {
+    const QStringList fields =
+        LanguageFile::readFields(LanguageFile::decode(bytes.left(kMaxStateBytes)));
     return fields.isEmpty() ? QString() : fields.first();
 }
 
@@ -109,15 +120,7 @@ bool LanguageCatalog::writeFile(const QString& path, const QByteArray& bytes) co
     if (path.isEmpty() || !QDir().mkpath(QFileInfo(path).absolutePath())) {
         return false;
     }
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        return false;
-    }
-    if (file.write(bytes) != bytes.size()) {
-        file.cancelWriting();
-        return false;
-    }
-    return file.commit();
+    return fileio::SaveWholeFile(path, bytes).ok;
 }
 
 QString LanguageCatalog::rememberedLanguage() const {
@@ -128,7 +131,7 @@ QString LanguageCatalog::rememberedLanguage() const {
         return name;
     }
     const QString english = QLatin1String(kEnglish);
-    writeFile(path, english.toUtf8() + '\n');
+    writeFile(path, rememberedFileBytes(english));
     return english;
 }
 
@@ -138,7 +141,7 @@ bool LanguageCatalog::remember(const QString& name) const {
     if (readFirstField(path, &exists) == name && exists) {
         return false;
     }
-    return writeFile(path, name.toUtf8() + '\n');
+    return writeFile(path, rememberedFileBytes(name));
 }
 
 bool LanguageCatalog::ensureEnglish() const {
@@ -153,11 +156,28 @@ bool LanguageCatalog::ensureEnglish() const {
 }
 
 Captions LanguageCatalog::captionsOf(const QString& name) const {
+    return readLanguage(name).captions;
+}
+
+LanguageCatalog::LanguageRead LanguageCatalog::readLanguage(const QString& name) const {
+    LanguageRead r;
     QFile file(languageFilePath(name));
     if (file.fileName().isEmpty() || !file.open(QIODevice::ReadOnly)) {
-        return {};
+        return r;
     }
-    return LanguageFile::fromBytes(file.read(kMaxFileBytes)).captions();
+    // One byte more than the limit tells a file at the limit from a larger one, also where the
+    // size is not known beforehand (a pipe, a growing file).
+    const QByteArray bytes = file.read(kMaxFileBytes + 1);
+    if (bytes.size() > kMaxFileBytes) {
+        r.error = QStringLiteral(
+                      "The language file '%1' is larger than %2 MiB and was not read; "
+                      "the captions stay as they are.")
+                      .arg(QDir::toNativeSeparators(file.fileName()))
+                      .arg(kMaxFileBytes / (1024 * 1024));
+        return r;
+    }
+    r.captions = LanguageFile::fromBytes(bytes).captions();
+    return r;
 }
 
 }  // namespace zun::lang

@@ -55,9 +55,25 @@ public:
     // The captions of a language; empty when its file is missing or unreadable.
     Captions captionsOf(const QString& name) const;
 
+    struct LanguageRead {
+        Captions captions;
+        QString error;  // why the file was refused; empty when it was read or is missing
+    };
+    // The whole file is read, so that its encoding is decided on all of it; a file above
+    // kMaxFileBytes is refused with a message.
+    LanguageRead readLanguage(const QString& name) const;
+
+    // "DefaultLang.txt" as written for a name: one line, the name quoted when its first field
+    // would otherwise lose a part of it (a comma, leading blanks).
+    static QByteArray rememberedFileBytes(const QString& name);
+    // The first field of "DefaultLang.txt"'s bytes; only the first kMaxStateBytes are looked at.
+    static QString firstFieldOf(const QByteArray& bytes);
+
     static constexpr const char* kStateFileName = "DefaultLang.txt";
     static constexpr const char* kEnglish = "English";
-    static constexpr qint64 kMaxFileBytes = 4 * 1024 * 1024;
+    // Real language files are a few kilobytes; this is far beyond any of them.
+    static constexpr qint64 kMaxFileBytes = 16 * 1024 * 1024;
+    static constexpr qint64 kMaxStateBytes = 4096;
 
 private:
     QString statePath() const;

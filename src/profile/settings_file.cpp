@@ -1,5 +1,6 @@
 #include "profile/settings_file.h"
 
+#include "fileio/save_file.h"
 #include "link/codec.h"
 #include "profile/page_frames.h"
 #include "profile/single_text.h"
@@ -9,7 +10,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocale>
-#include <QSaveFile>
 
 #include <cmath>
 #include <optional>
@@ -649,7 +649,9 @@ SettingsReadResult ReadSettingsFile(const QString& path) {
         return r;
     }
     if (file.size() > kMaxSettingsFileBytes) {
-        r.error = QStringLiteral("not a settings file: %1 is far too large").arg(path);
+        r.error = QStringLiteral("not a settings file: %1 is larger than %2 MiB")
+                      .arg(path)
+                      .arg(kMaxSettingsFileBytes / (1024 * 1024));
         return r;
     }
     const QByteArray bytes = file.read(kMaxSettingsFileBytes + 1);
@@ -658,7 +660,9 @@ SettingsReadResult ReadSettingsFile(const QString& path) {
         return r;
     }
     if (bytes.size() > kMaxSettingsFileBytes) {
-        r.error = QStringLiteral("not a settings file: %1 is far too large").arg(path);
+        r.error = QStringLiteral("not a settings file: %1 is larger than %2 MiB")
+                      .arg(path)
+                      .arg(kMaxSettingsFileBytes / (1024 * 1024));
         return r;
     }
     return SettingsFromJson(bytes);
@@ -668,14 +672,9 @@ SettingsWriteResult WriteSettingsFile(const QString& path, const SettingsFile& s
                                       QStringList* warnings) {
     SettingsWriteResult r;
     const QByteArray bytes = SettingsToJson(settings, warnings);
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        r.error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
-        return r;
-    }
-    if (file.write(bytes) != bytes.size() || !file.commit()) {
-        r.error = QStringLiteral("cannot write %1: %2").arg(path, file.errorString());
-        file.cancelWriting();
+    const fileio::SaveOutcome saved = fileio::SaveWholeFile(path, bytes);
+    if (!saved.ok) {
+        r.error = QStringLiteral("cannot write %1: %2").arg(path, saved.reason);
         return r;
     }
     r.ok = true;

@@ -1,3 +1,4 @@
+#include "fileio/save_file.h"
 #include "link/build_info.h"
 #include "sim/charge_log.h"
 #include "sim/pty_host.h"
@@ -7,6 +8,8 @@
 #include <QCoreApplication>
 #include <QFile>
 
+#include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <mutex>
@@ -36,6 +39,10 @@ bool readNumber(const QCommandLineParser& parser, const QString& name, qint64 lo
 }  // namespace
 
 int main(int argc, char* argv[]) {
+#ifdef SIGXFSZ
+    // Under a file size limit a write must fail with its message, not end the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+#endif
     // The stop signals are taken by sigwait at the end; blocked before any thread exists, so
     // that every thread inherits the mask and none of them dies of them.
     sigset_t stopSignals;
@@ -187,6 +194,7 @@ int main(int argc, char* argv[]) {
     charger.setFaults(faults);
 
     QFile record;
+    std::atomic<bool> recording = true;
     if (parser.isSet(QStringLiteral("record"))) {
         record.setFileName(parser.value(QStringLiteral("record")));
         if (!record.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text)) {
@@ -194,9 +202,23 @@ int main(int argc, char* argv[]) {
                     qPrintable(record.errorString()));
             return 1;
         }
-        charger.setRequestListener([&record](const QString& frame) {
-            record.write(frame.toLatin1() + '\n');
-            record.flush();
+        // A failed write (full disk, size limit) ends the recording with one message; the
+        // charger goes on serving.
+        charger.setRequestListener([&record, &recording](const QString& frame) {
+            if (!recording) {
+                return;
+            }
+            const QByteArray line = frame.toLatin1() + '\n';
+            errno = 0;
+            if (record.write(line) != line.size() || !record.flush()) {
+                recording = false;
+                const int cause = errno;
+                fprintf(stderr,
+                        "zun-sim: cannot record to %s: %s; requests are no longer recorded\n",
+                        qPrintable(record.fileName()),
+                        qPrintable(zun::fileio::WriteFailureReason(record.fileName(), cause,
+                                                                   record.errorString())));
+            }
         });
     }
 

@@ -274,6 +274,9 @@ private slots:
         QCOMPARE(questions_, button == "CmdGetSave" ? QStringList{question} : QStringList());
         QCOMPARE(errors_.size(), sizeLimit > 0 ? 1 : 0);
         QCOMPARE(errors_.filter(target), errors_);
+        // The reason in words, and the downloaded log still there to save elsewhere.
+        QCOMPARE(errors_.filter("File too large: the file size limit was reached"), errors_);
+        QCOMPARE(page_->logTable().recordCount(), 25);
         // Nothing half-written stays behind beside it.
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList{target});
         const QByteArray bytes = readAll(dir.filePath(target));

@@ -56,5 +56,26 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             __builtin_trap();
         }
     }
+
+    // Saved over its whole range and loaded again, a loaded file gives the same table.
+    CsvSaveInput in{r.labTime, r.description, QString(), QString()};
+    if (!r.rows.empty()) {
+        size_t lo = 0;
+        size_t hi = 0;
+        for (size_t i = 1; i < r.rows.size(); ++i) {
+            const float n = zun::link::TextToSingle(r.rows[i][0]);
+            lo = n < zun::link::TextToSingle(r.rows[lo][0]) ? i : lo;
+            hi = n > zun::link::TextToSingle(r.rows[hi][0]) ? i : hi;
+        }
+        in.rowFrom = r.rows[lo][0];
+        in.rowTo = r.rows[hi][0];
+    }
+    LogTableModel table;
+    table.setRows(r.rows);
+    const CsvLoadResult again = ParseLogCsv(BuildLogCsv(table, in));
+    if (again.status != CsvLoadResult::Status::Loaded || again.rows != r.rows ||
+        again.description != r.description) {
+        __builtin_trap();
+    }
     return 0;
 }

@@ -142,6 +142,46 @@ private slots:
         row("same first field, latin-1", first, "Français, CH", false, first);
         row("other", QByteArray("English\n"), "Deutsch", true, QByteArray("Deutsch\n"));
         row("missing", kAbsent, "de", true, QByteArray("de\n"));
+        // Names whose first field would lose a part are quoted, so they come back whole.
+        row("comma", kAbsent, "Français, CH", true,
+            QByteArray("\"Fran\xC3\xA7"
+                       "ais, CH\"\n"));
+        row("leading blank", kAbsent, " x", true, QByteArray("\" x\"\n"));
+    }
+
+    // Language files are read whole and their encoding is decided on all of it; far beyond any
+    // real file they are refused with a message and nothing changes.
+    void largeFiles_data() {
+        QTest::addColumn<int>("padding");  // bytes of unknown entries before the caption
+        QTest::addColumn<QString>("caption");
+        QTest::addColumn<QString>("error");
+        // 4 MiB once cut the file here, inside the "ä", and the rest went unread.
+        const int cut = 4 * 1024 * 1024 - 1 - int(qstrlen("011303 Ladung "));
+        row("UTF-8 cut inside a character at 4 MiB", cut, "Label3(0)=Ladung ä", "");
+        row("just at the limit", int(LanguageCatalog::kMaxFileBytes) - 17, "Label3(0)=Ladung ä",
+            "");
+        row("above the limit", int(LanguageCatalog::kMaxFileBytes), "", "larger than 16 MiB");
+    }
+
+    void largeFiles() {
+        QFETCH(int, padding);
+        QFETCH(QString, caption);
+        QFETCH(QString, error);
+        Sandbox box;
+        QFile f(box.folders.program + "/Big.lang");
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        // Unknown keys, one a line, filling the padding exactly.
+        QByteArray pad(padding, 'x');
+        for (int i = 99; i < padding; i += 100) {
+            pad[i] = '\n';
+        }
+        pad[padding - 1] = '\n';
+        QVERIFY(f.write(pad) == padding && f.write("011303 Ladung \xC3\xA4\n") == 17);
+        f.close();
+        const LanguageCatalog::LanguageRead read = LanguageCatalog(box.folders).readLanguage("Big");
+        QCOMPARE(describe(read.captions), caption);
+        QVERIFY2(error.isEmpty() ? read.error.isEmpty() : read.error.contains(error),
+                 qPrintable(read.error));
     }
 
     void remember() {

@@ -57,7 +57,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         }
     }
 
-    // Saved over its whole range and loaded again, a loaded file gives the same table.
+    // Saved over its whole range and loaded again, a loaded file gives the same table. The save
+    // writes cells without quoting, as the format has it, so a cell that was loaded from quotes
+    // with blanks or quotes of its own inside cannot come back: such files are left out.
+    for (const LogRow& row : r.rows) {
+        for (const QString& cell : row) {
+            if (cell != cell.trimmed() ||
+                (cell.startsWith(QLatin1Char('"')) && cell.endsWith(QLatin1Char('"')))) {
+                return 0;
+            }
+        }
+    }
     CsvSaveInput in{r.labTime, r.description, QString(), QString()};
     if (!r.rows.empty()) {
         size_t lo = 0;

@@ -219,9 +219,7 @@ void TestCliFaults::fastLogSendsTheSameFramesAndSavesTheSameFile() {
         const Run r = zunctl(args, 120000);
         QVERIFY2(r.code == 0, qPrintable(r.all()));
         requests[fast] = sim.charger.requests();
-        QFile f(path);
-        QVERIFY(f.open(QIODevice::ReadOnly));
-        files[fast] = f.readAll().split('\n');
+        files[fast] = readFile(path).split('\n');
     }
     QCOMPARE(requests[1], requests[0]);
     QCOMPARE(requests[0].size(), 2 + 10);  // identify, pointer, ten blocks

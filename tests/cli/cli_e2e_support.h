@@ -4,6 +4,7 @@
 #include "sim/pty_host.h"
 #include "sim/virtual_charger.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 
@@ -49,6 +50,20 @@ inline Run run(const QString& program, const QStringList& arguments, int timeout
 
 inline Run zunctl(const QStringList& arguments, int timeoutMs = 120000) {
     return run(QStringLiteral(ZUNCTL_PATH), arguments, timeoutMs);
+}
+
+// Writes a whole file; the test cannot go on without it.
+inline QString writeFile(const QString& path, const QByteArray& bytes) {
+    QFile f(path);
+    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate) || f.write(bytes) != bytes.size()) {
+        qFatal("cannot write %s", qPrintable(path));
+    }
+    return path;
+}
+
+inline QByteArray readFile(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("cannot read " + path.toUtf8());
 }
 
 inline QStringList lines(const QString& text) {

@@ -38,19 +38,6 @@ const QStringList kKnownFrames =
     }
         .replaceInStrings(" ", "");
 
-QString writeFile(const QString& path, const QByteArray& bytes) {
-    QFile f(path);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate) || f.write(bytes) != bytes.size()) {
-        qFatal("cannot write %s", qPrintable(path));
-    }
-    return path;
-}
-
-QByteArray readFile(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("cannot read " + path.toUtf8());
-}
-
 }  // namespace
 
 class TestCliE2e : public QObject {

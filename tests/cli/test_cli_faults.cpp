@@ -81,88 +81,64 @@ void TestCliFaults::faultTable_data() {
 
     const QStringList log{"log", "-o", "LOG"};
     const QStringList write{"write", known::kFile, "--profile", "1", "--pages", "general"};
-
-    QTest::newRow("identify endless") << QStringList{"identify"} << "endless"
-                                      << "50" << false << 1 << "did not fall quiet" << -1;
-    QTest::newRow("identify cut") << QStringList{"identify"} << "cut:5"
-                                  << "50" << false << 5
-                                  << "identification reply 8504600C30 failed the check \\(5 of 7"
-                                  << -1;
-    QTest::newRow("identify stray") << QStringList{"identify"} << "stray"
-                                    << "50" << false << 5 << "start byte 00, not 85" << -1;
-    QTest::newRow("identify checksum") << QStringList{"identify"} << "checksum"
-                                       << "50" << false << 5 << "checksum FA" << -1;
-    QTest::newRow("identify other reply")
-        << QStringList{"identify"} << "other"
-        << "50" << false << 5 << "length byte 06, not 04\\); it would read as model 64000" << -1;
-    QTest::newRow("identify checksum accepted")
-        << QStringList{"--accept-damaged", "identify"} << "checksum"
-        << "50" << false << 0 << "^$" << -1;
+    const auto row = [](const char* name, const QStringList& args, const char* fault,
+                        const char* commands, bool streamed, int code, const char* err,
+                        int saved = -1) {
+        QTest::newRow(name) << args << QString(fault) << QString(commands) << streamed << code
+                            << QString(err) << saved;
+    };
+    const QStringList id{"identify"};
+    row("identify endless", id, "endless", "50", false, 1, "did not fall quiet");
+    row("identify cut", id, "cut:5", "50", false, 5,
+        "identification reply 8504600C30 failed the check \\(5 of 7");
+    row("identify stray", id, "stray", "50", false, 5, "start byte 00, not 85");
+    row("identify checksum", id, "checksum", "50", false, 5, "checksum FA");
+    row("identify other reply", id, "other", "50", false, 5,
+        "length byte 06, not 04\\); it would read as model 64000");
+    row("identify checksum accepted", {"--accept-damaged", "identify"}, "checksum", "50", false, 0,
+        "^$");
     // A pseudo-terminal shows its end only at the next write or read: here the cut reply is
     // all that is seen.
-    QTest::newRow("identify port vanishes")
-        << QStringList{"identify"} << "vanish:3"
-        << "50" << false << 5 << "failed the check \\(3 of 7 bytes" << -1;
-    QTest::newRow("settings endless")
-        << QStringList{"settings"} << "endless"
-        << "59" << false << 1 << "settings request: the line did not fall quiet" << -1;
-    QTest::newRow("settings cut") << QStringList{"settings"} << "cut:400"
-                                  << "59" << false << 5
-                                  << "settings reply failed the check \\(400 of 802 bytes" << -1;
-    QTest::newRow("settings checksum, fast")
-        << QStringList{"--fast", "settings"} << "checksum"
-        << "59" << false << 5 << "settings reply failed the check \\(checksum" << -1;
-    QTest::newRow("run time other reply")
-        << QStringList{"runtime"} << "other"
-        << "57" << false << 5 << "run-time reply failed the check" << -1;
-    QTest::newRow("live cut") << QStringList{"live"} << "cut:10"
-                              << "58" << false << 5
-                              << "live-reading reply failed the check \\(10 of 21" << -1;
-    QTest::newRow("page write endless") << write << "endless"
-                                        << "51" << false << 1
-                                        << "general: the charger did not acknowledge \\(the "
-                                           "line did not fall quiet"
-                                        << -1;
-    QTest::newRow("page write answered by another command")
-        << write << "other"
-        << "51" << false << 1 << "did not acknowledge \\(reply 850667FA000000670D\\)" << -1;
-    QTest::newRow("log blocks cut")
-        << log << "cut:100"
-        << "78" << false << 5 << "4 of 25 records missing \\(0008-0009, 0018-0019\\)" << 21;
-    QTest::newRow("log blocks stray") << log << "stray"
-                                      << "78" << false << 5 << "25 damaged \\(0000-0024\\)" << 25;
-    QTest::newRow("log blocks checksum accepted")
-        << QStringList{"--accept-damaged", "log", "-o", "LOG"} << "checksum"
-        << "78" << false << 0 << "block 0010-0019: checksum" << 25;
-    QTest::newRow("log block endless")
-        << log << "endless"
-        << "78" << false << 1 << "did not fall quiet \\(more than 190 bytes.*; nothing was saved"
-        << -1;
-    QTest::newRow("log port vanishes") << log << "vanish:60"
-                                       << "78" << false << 1
-                                       << "block 0000-0009: .*records missing.*port vanished "
-                                          "during the exchange; what came is saved"
-                                       << -2;
+    row("identify port vanishes", id, "vanish:3", "50", false, 5,
+        "failed the check \\(3 of 7 bytes");
+    row("settings endless", {"settings"}, "endless", "59", false, 1,
+        "settings request: the line did not fall quiet");
+    row("settings cut", {"settings"}, "cut:400", "59", false, 5,
+        "settings reply failed the check \\(400 of 802 bytes");
+    row("settings checksum, fast", {"--fast", "settings"}, "checksum", "59", false, 5,
+        "settings reply failed the check \\(checksum");
+    row("run time other reply", {"runtime"}, "other", "57", false, 5,
+        "run-time reply failed the check");
+    row("live cut", {"live"}, "cut:10", "58", false, 5,
+        "live-reading reply failed the check \\(10 of 21");
+    row("page write endless", write, "endless", "51", false, 1,
+        "general: the charger did not acknowledge \\(the line did not fall quiet");
+    row("page write answered by another command", write, "other", "51", false, 1,
+        "did not acknowledge \\(reply 850667FA000000670D\\)");
+    row("log blocks cut", log, "cut:100", "78", false, 5,
+        "4 of 25 records missing \\(0008-0009, 0018-0019\\)", 21);
+    row("log blocks stray", log, "stray", "78", false, 5, "25 damaged \\(0000-0024\\)", 25);
+    row("log blocks checksum accepted", {"--accept-damaged", "log", "-o", "LOG"}, "checksum", "78",
+        false, 0, "block 0010-0019: checksum", 25);
+    row("log block endless", log, "endless", "78", false, 1,
+        "did not fall quiet \\(more than 190 bytes.*; nothing was saved");
+    row("log port vanishes", log, "vanish:60", "78", false, 1,
+        "block 0000-0009: .*records missing.*port vanished during the exchange; what came is "
+        "saved",
+        -2);
     // The pointer read from the damaged reply (4319) is used as the protocol says; what it
     // costs is reported. Fast mode keeps the 432 block requests short.
-    QTest::newRow("log pointer stray, fast")
-        << QStringList{"--fast", "log", "-o", "LOG"} << "stray"
-        << "75" << false << 5
-        << "log pointer \\(read as 4319\\): start byte 00.*4294 of 4319 records missing "
-           "\\(0025-4318\\)"
-        << 25;
-    QTest::newRow("stream cut") << log << "cut:160"
-                                << "56" << true << 5 << "13 of 25 records missing \\(0013-0025\\)"
-                                << 12;
-    QTest::newRow("stream endless")
-        << log << "endless"
-        << "56" << true << 1 << "streamed transfer: the line did not fall quiet" << 25;
-    QTest::newRow("stream port vanishes")
-        << log << "vanish:200"
-        << "56" << true << 1
-        << "records missing.*the port vanished during the transfer; what came is saved" << -2;
-    QTest::newRow("stream sound") << log << "none"
-                                  << "" << true << 0 << "^[^z]*$" << 25;
+    row("log pointer stray, fast", {"--fast", "log", "-o", "LOG"}, "stray", "75", false, 5,
+        "log pointer \\(read as 4319\\): start byte 00.*4294 of 4319 records missing "
+        "\\(0025-4318\\)",
+        25);
+    row("stream cut", log, "cut:160", "56", true, 5, "13 of 25 records missing \\(0013-0025\\)",
+        12);
+    row("stream endless", log, "endless", "56", true, 1,
+        "streamed transfer: the line did not fall quiet", 25);
+    row("stream port vanishes", log, "vanish:200", "56", true, 1,
+        "records missing.*the port vanished during the transfer; what came is saved", -2);
+    row("stream sound", log, "none", "", true, 0, "^[^z]*$", 25);
 }
 
 void TestCliFaults::faultTable() {
@@ -243,9 +219,7 @@ void TestCliFaults::fastLogSendsTheSameFramesAndSavesTheSameFile() {
         const Run r = zunctl(args, 120000);
         QVERIFY2(r.code == 0, qPrintable(r.all()));
         requests[fast] = sim.charger.requests();
-        QFile f(path);
-        QVERIFY(f.open(QIODevice::ReadOnly));
-        files[fast] = f.readAll().split('\n');
+        files[fast] = readFile(path).split('\n');
     }
     QCOMPARE(requests[1], requests[0]);
     QCOMPARE(requests[0].size(), 2 + 10);  // identify, pointer, ten blocks

@@ -121,14 +121,10 @@ private slots:
                              : command == QLatin1String("log")    ? QStringLiteral("saved.csv")
                                                                   : QStringLiteral("saved.png");
         const QString target = folder + u'/' + name;
-        if (failure == QLatin1String("folder")) {
-            QVERIFY(QDir().mkpath(target));
-            QFile keep(target + QStringLiteral("/keep"));
-            QVERIFY(keep.open(QIODevice::WriteOnly) && keep.write(kOldBytes) == kOldBytes.size());
-        } else {
-            QFile old(target);
-            QVERIFY(old.open(QIODevice::WriteOnly) && old.write(kOldBytes) == kOldBytes.size());
-        }
+        // A folder in place holds the old bytes in a file of its own.
+        const QString old = failure == QLatin1String("folder") ? target + "/keep" : target;
+        QVERIFY(QDir().mkpath(QFileInfo(old).path()));
+        e2e::writeFile(old, kOldBytes);
         if (failure == QLatin1String("full disk")) {
             QVERIFY2(disk->fill(), "the small disk could not be filled");
         }
@@ -141,11 +137,8 @@ private slots:
         std::unique_ptr<e2e::Sim> sim;
         QStringList arguments;
         if (command == QLatin1String("chart")) {
-            const QString source = tmp.filePath(QStringLiteral("source.csv"));
-            QFile csv(source);
-            QVERIFY(csv.open(QIODevice::WriteOnly));
-            csv.write(handMadeLog().toUtf8());
-            csv.close();
+            const QString source =
+                e2e::writeFile(tmp.filePath("source.csv"), handMadeLog().toUtf8());
             arguments = {"chart", source, "-o", target};
         } else {
             sim = std::make_unique<e2e::Sim>();
@@ -163,16 +156,8 @@ private slots:
         QCOMPARE_EQ(r.code, 2);
         QVERIFY2(r.err.contains(QStringLiteral("cannot write ")) && r.err.contains(reason),
                  qPrintable(r.all()));
-        if (failure == QLatin1String("folder")) {
-            QVERIFY(QFileInfo(target).isDir());
-            QFile keep(target + QStringLiteral("/keep"));
-            QVERIFY(keep.open(QIODevice::ReadOnly));
-            QCOMPARE(keep.readAll(), kOldBytes);
-        } else {
-            QFile old(target);
-            QVERIFY(old.open(QIODevice::ReadOnly));
-            QCOMPARE(old.readAll(), kOldBytes);
-        }
+        QCOMPARE(QFileInfo(target).isDir(), failure == QLatin1String("folder"));
+        QCOMPARE(e2e::readFile(old), kOldBytes);
         // No temporary file left beside it.
         QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden |
                                         QDir::System),

@@ -249,44 +249,31 @@ void DatalogTest::shortfall_data() {
     QTest::addColumn<QString>("damaged");
     QTest::addColumn<QString>("report");  // what the window shows beside the progress
 
+    const auto row = [](const char* name, const QString& pointer, const char* block,
+                        const QList<int>& stream, int rows, int asked, const QString& missing,
+                        const QString& damaged, const char* report) {
+        QTest::newRow(name) << pointer << QString(block) << stream << rows << asked << missing
+                            << damaged << QString(report);
+    };
     const QString p25 = "85040019001D0D";  // 25 records, not wrapped, sound
-    QTest::newRow("sound") << p25 << "sound" << QList<int>{} << 25 << 25 << ""
-                           << ""
-                           << "";
-    QTest::newRow("block without reply")
-        << p25 << "none" << QList<int>{} << 15 << 25 << "10,11,12,13,14,15,16,17,18,19"
-        << ""
-        << "10 of 25 records missing (0010-0019)";
+    const QString tens = "10,11,12,13,14,15,16,17,18,19";
+    row("sound", p25, "sound", {}, 25, 25, "", "", "");
+    row("block without reply", p25, "none", {}, 15, 25, tens, "",
+        "10 of 25 records missing (0010-0019)");
     // Seven records whole, the eighth cut inside: it still makes a row, a damaged one.
-    QTest::newRow("block cut") << p25 << "cut" << QList<int>{} << 23 << 25 << "18,19"
-                               << "17"
-                               << "2 of 25 records missing (0018-0019); 1 damaged (0017)";
-    QTest::newRow("block with a wrong checksum")
-        << p25 << "checksum" << QList<int>{} << 25 << 25 << ""
-        << "10,11,12,13,14,15,16,17,18,19"
-        << "10 damaged (0010-0019)";
-    QTest::newRow("pointer with a wrong checksum")
-        << "8504001900FF0D"
-        << "sound" << QList<int>{} << 25 << 25 << ""
-        << ""
-        << "log pointer (read as 25): checksum FF, the bytes add up to 1D";
-    QTest::newRow("line never quiet on a block") << p25 << "endless" << QList<int>{} << 10 << 25
-                                                 << "10,11,12,13,14,15,16,17,18,19,20,21,22,23,24"
-                                                 << ""
-                                                 << "15 of 25 records missing (0010-0024)";
-    QTest::newRow("stream sound") << ""
-                                  << "" << QList<int>{1, 2, 3, 4, 5} << 5 << 5 << ""
-                                  << ""
-                                  << "";
-    QTest::newRow("stream cut short") << ""
-                                      << "" << QList<int>{1, 2, 3} << 3 << 5 << "4,5"
-                                      << ""
-                                      << "2 of 5 records missing (0004-0005)";
-    QTest::newRow("stream out of sequence") << ""
-                                            << "" << QList<int>{1, 2, 4, 5} << 4 << 5 << "5"
-                                            << "3,4"
-                                            << "1 of 5 records missing (0005); "
-                                               "2 damaged (0003-0004)";
+    row("block cut", p25, "cut", {}, 23, 25, "18,19", "17",
+        "2 of 25 records missing (0018-0019); 1 damaged (0017)");
+    row("block with a wrong checksum", p25, "checksum", {}, 25, 25, "", tens,
+        "10 damaged (0010-0019)");
+    row("pointer with a wrong checksum", "8504001900FF0D", "sound", {}, 25, 25, "", "",
+        "log pointer (read as 25): checksum FF, the bytes add up to 1D");
+    row("line never quiet on a block", p25, "endless", {}, 10, 25,
+        "10,11,12,13,14,15,16,17,18,19,20,21,22,23,24", "", "15 of 25 records missing (0010-0024)");
+    row("stream sound", "", "", {1, 2, 3, 4, 5}, 5, 5, "", "", "");
+    row("stream cut short", "", "", {1, 2, 3}, 3, 5, "4,5", "",
+        "2 of 5 records missing (0004-0005)");
+    row("stream out of sequence", "", "", {1, 2, 4, 5}, 4, 5, "5", "3,4",
+        "1 of 5 records missing (0005); 2 damaged (0003-0004)");
 }
 
 void DatalogTest::shortfall() {

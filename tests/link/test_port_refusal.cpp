@@ -72,49 +72,31 @@ void TestPortRefusal::classify() {
     QCOMPARE(link::PortRefusal::Classify(error, access(exists, readable, writable)), kind);
 }
 
+// The device's group and the user, then the group and the user the advice names.
 void TestPortRefusal::permissionText_data() {
-    QTest::addColumn<QString>("group");
-    QTest::addColumn<QString>("user");
-    QTest::addColumn<QString>("reason");
-    QTest::addColumn<QString>("remedy");
-    QTest::newRow("Debian's dialout")
-        << "dialout"
-        << "tech"
-        << "permission denied: the user tech may not use it (not in the group dialout)"
-        << "to allow it, run \"sudo usermod -aG dialout tech\", then log out and log in again";
-    QTest::newRow("the device's own group") << "uucp"
-                                            << "anna"
-                                            << "permission denied: the user anna may not use it "
-                                               "(not in the group uucp)"
-                                            << "to allow it, run \"sudo usermod -aG uucp anna\", "
-                                               "then log out and log in again";
+    QTest::addColumn<QStringList>("names");
+    QTest::newRow("Debian's dialout") << QStringList{"dialout", "tech", "dialout", "tech"};
+    QTest::newRow("the device's own group") << QStringList{"uucp", "anna", "uucp", "anna"};
     // Never advise joining root's group.
-    QTest::newRow("root's group") << "root"
-                                  << "tech"
-                                  << "permission denied: the user tech may not use it (not in "
-                                     "the group dialout)"
-                                  << "to allow it, run \"sudo usermod -aG dialout tech\", then "
-                                     "log out and log in again";
-    QTest::newRow("unknown user") << "dialout"
-                                  << ""
-                                  << "permission denied: the user $USER may not use it (not in "
-                                     "the group dialout)"
-                                  << "to allow it, run \"sudo usermod -aG dialout $USER\", then "
-                                     "log out and log in again";
+    QTest::newRow("root's group") << QStringList{"root", "tech", "dialout", "tech"};
+    QTest::newRow("unknown user") << QStringList{"dialout", "", "dialout", "$USER"};
 }
 
 void TestPortRefusal::permissionText() {
-    QFETCH(QString, group);
-    QFETCH(QString, user);
-    QFETCH(QString, reason);
-    QFETCH(QString, remedy);
+    QFETCH(QStringList, names);
+    const QString &group = names[0], &user = names[1], &namedGroup = names[2],
+                  &namedUser = names[3];
     const link::PortRefusal r =
         link::PortRefusal::For(QStringLiteral("/dev/ttyUSB0"), QSerialPort::PermissionError,
                                access(true, false, false, group, user));
     QCOMPARE(r.kind, Kind::NoPermission);
     QCOMPARE(r.device, QStringLiteral("/dev/ttyUSB0"));
-    QCOMPARE(r.reason, reason);
-    QCOMPARE(r.remedy, remedy);
+    QCOMPARE(r.reason,
+             QString("permission denied: the user %1 may not use it (not in the group %2)")
+                 .arg(namedUser, namedGroup));
+    QCOMPARE(r.remedy,
+             QString("to allow it, run \"sudo usermod -aG %1 %2\", then log out and log in again")
+                 .arg(namedGroup, namedUser));
 }
 
 void TestPortRefusal::summarySaysTheRemedyOnce() {

@@ -10,134 +10,6 @@
 using namespace zun;
 
 // Exchanges over a real pseudo-terminal with the virtual charger at 9600-baud pacing.
-class TestSerialLink : public QObject {
-    Q_OBJECT
-private slots:
-    void init();
-    void cleanup();
-    void repliesAsHexText_data();
-    void repliesAsHexText();
-    void silentChargerGivesEmptyAfterTheStallRule();
-    void nonHexFrameIsNotSent_data();
-    void nonHexFrameIsNotSent();
-    void longReplyArrivesInPiecesAndIsComplete();
-    void delayedFirstByteStillArrives();
-    void garbageIsPartOfTheReply();
-    void vanishedAdapterGivesEmptyAndClosesThePort();
-    void fastModeSendsTheSameFramesAndFallsBack_data();
-    void fastModeSendsTheSameFramesAndFallsBack();
-    void lineThatNeverFallsQuietEnds_data();
-    void lineThatNeverFallsQuietEnds();
-    void portVanishingMidReplyIsReported();
-
-private:
-    std::unique_ptr<sim::VirtualCharger> charger_;
-    std::unique_ptr<sim::PtyHost> host_;
-    std::unique_ptr<link::SerialLink> link_;
-};
-
-void TestSerialLink::init() {
-    charger_ = std::make_unique<sim::VirtualCharger>();
-    host_ = std::make_unique<sim::PtyHost>(*charger_);
-    QString error;
-    QVERIFY2(host_->start(&error), qPrintable(error));
-    link_ = std::make_unique<link::SerialLink>();
-    link_->setDevice(host_->devicePath());
-    QVERIFY2(link_->open(), qPrintable(link_->lastError()));
-}
-
-void TestSerialLink::cleanup() {
-    link_.reset();
-    host_.reset();
-    charger_.reset();
-}
-
-void TestSerialLink::repliesAsHexText_data() {
-    QTest::addColumn<QString>("frame");
-    QTest::addColumn<QString>("reply");
-    QTest::newRow("probe") << link::kRunTimeRequest << link::kProbeAnswer;
-    QTest::newRow("identify 3110") << link::kIdentifyRequest << "8504600C26960D";
-    // Bytes below 0x10 keep their leading zero in the hex text.
-    QTest::newRow("general ack") << "850E510004B00064001200FA020190000D" << link::kAckGeneral;
-    QTest::newRow("lower-case request accepted") << "850357aa000d" << link::kProbeAnswer;
-}
-
-void TestSerialLink::repliesAsHexText() {
-    QFETCH(QString, frame);
-    QFETCH(QString, reply);
-    QCOMPARE(link_->SendFrame(frame), reply);
-    QCOMPARE(charger_->requests().value(0), frame.toUpper());
-}
-
-void TestSerialLink::silentChargerGivesEmptyAfterTheStallRule() {
-    sim::Faults f;
-    f.silent = true;
-    charger_->setFaults(f);
-    QElapsedTimer t;
-    t.start();
-    QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString());
-    // 19 pauses of 0.01 s: about 0.19 s; generous bounds for a loaded machine.
-    QVERIFY2(t.elapsed() >= 180, qPrintable(QString::number(t.elapsed())));
-    QVERIFY2(t.elapsed() < 1500, qPrintable(QString::number(t.elapsed())));
-    QVERIFY(link_->isOpen());
-}
-
-void TestSerialLink::nonHexFrameIsNotSent_data() {
-    QTest::addColumn<QString>("frame");
-    QTest::newRow("G at the end") << "850357AA000G";
-    QTest::newRow("G at the start") << "G50357AA000D";
-    QTest::newRow("blank inside") << "8503 57AA000D";
-}
-
-void TestSerialLink::nonHexFrameIsNotSent() {
-    QFETCH(QString, frame);
-    QCOMPARE(link_->SendFrame(frame), QString());
-    QTest::qWait(50);
-    QVERIFY2(charger_->requests().isEmpty(), qPrintable(charger_->requests().join(' ')));
-}
-
-void TestSerialLink::longReplyArrivesInPiecesAndIsComplete() {
-    // 802 bytes at 9600 baud arrive over ~0.8 s in many reads; the stall rule must wait them out.
-    const QString reply = link_->SendFrame(link::kSettingsRequest);
-    QCOMPARE(reply.size(), 1604);
-    QVERIFY(reply.startsWith(QLatin1String("85006900")));
-    QVERIFY(reply.endsWith(QLatin1String("0D")));
-}
-
-void TestSerialLink::delayedFirstByteStillArrives() {
-    sim::Faults f;
-    f.firstByteDelayMs = 100;  // well inside the 0.19 s of empty polls
-    charger_->setFaults(f);
-    QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString(link::kProbeAnswer));
-    f.firstByteDelayMs = 600;  // beyond them: the exchange gives up, the reply comes too late
-    charger_->setFaults(f);
-    QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString());
-    QTest::qWait(700);
-    // ... and the late reply is discarded by the next exchange instead of being mixed into it.
-    f.firstByteDelayMs = 0;
-    charger_->setFaults(f);
-    QCOMPARE(link_->SendFrame(link::kIdentifyRequest), QStringLiteral("8504600C26960D"));
-}
-
-void TestSerialLink::garbageIsPartOfTheReply() {
-    sim::Faults f;
-    f.garbageBefore = QByteArray::fromHex("00FF");
-    f.garbageAfter = QByteArray::fromHex("AA");
-    charger_->setFaults(f);
-    QCOMPARE(link_->SendFrame(link::kRunTimeRequest),
-             QStringLiteral("00FF") + link::kProbeAnswer + QStringLiteral("AA"));
-}
-
-void TestSerialLink::vanishedAdapterGivesEmptyAndClosesThePort() {
-    QSignalSpy lost(link_.get(), &link::SerialLink::portLost);
-    host_->stop();
-    QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString());
-    QTRY_VERIFY(!link_->isOpen());
-    QVERIFY(lost.count() >= 1);
-    // Further exchanges fail quietly too: the device is gone.
-    QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString());
-}
-
 namespace {
 
 enum Fault { None, Cut, Stray, BadChecksum, OtherReply };
@@ -154,142 +26,227 @@ sim::Faults faultsFor(int fault) {
 }
 
 const char* endName(link::ExchangeEnd end) {
-    switch (end) {
-        case link::ExchangeEnd::NotSent:
-            return "not sent";
-        case link::ExchangeEnd::Quiet:
-            return "quiet";
-        case link::ExchangeEnd::CompleteFast:
-            return "complete-fast";
-        case link::ExchangeEnd::HardByteLimit:
-            return "byte limit";
-        case link::ExchangeEnd::HardTimeLimit:
-            return "time limit";
-        case link::ExchangeEnd::PortLost:
-            return "port lost";
-    }
-    return "?";
+    static const char* const names[] = {"not sent",   "quiet",      "complete-fast",
+                                        "byte limit", "time limit", "port lost"};
+    return names[int(end)];
 }
 
 }  // namespace
 
-// The same request in both modes: the same frame reaches the charger and the same text comes
-// back; fast mode ends early only on a sound reply and otherwise falls back to the poll rule.
-void TestSerialLink::fastModeSendsTheSameFramesAndFallsBack_data() {
-    QTest::addColumn<QString>("frame");
-    QTest::addColumn<int>("fault");
-    QTest::addColumn<QString>("fastEnd");
-    QTest::newRow("identify") << link::kIdentifyRequest << int(None) << "complete-fast";
-    QTest::newRow("settings") << link::kSettingsRequest << int(None) << "complete-fast";
-    QTest::newRow("block") << "850678AA000000090D" << int(None) << "complete-fast";
-    QTest::newRow("general write")
-        << "850E510004B00064001200FA020190000D" << int(None) << "complete-fast";
-    QTest::newRow("identify cut") << link::kIdentifyRequest << int(Cut) << "quiet";
-    QTest::newRow("block stray") << "850678AA000000090D" << int(Stray) << "quiet";
-    QTest::newRow("settings checksum") << link::kSettingsRequest << int(BadChecksum) << "quiet";
-    QTest::newRow("identify other reply") << link::kIdentifyRequest << int(OtherReply) << "quiet";
-}
+class TestSerialLink : public QObject {
+    Q_OBJECT
+private slots:
 
-void TestSerialLink::fastModeSendsTheSameFramesAndFallsBack() {
-    QFETCH(QString, frame);
-    QFETCH(int, fault);
-    QFETCH(QString, fastEnd);
-    charger_->setLog(sim::ChargeLog::Unwrapped(50));
-    charger_->setFaults(faultsFor(fault));
-
-    const QString slow = link_->SendFrame(frame);
-    QCOMPARE(endName(link_->lastOutcome().end), "quiet");
-    const QStringList slowRequests = charger_->requests();
-    charger_->clearRequests();
-    link_->setFastMode(true);
-    const QString fast = link_->SendFrame(frame);
-    const link::ExchangeOutcome outcome = link_->lastOutcome();
-    QCOMPARE(charger_->requests(), slowRequests);
-    QCOMPARE(slowRequests, QStringList{frame});
-    QCOMPARE(fast, slow);
-    QVERIFY(!fast.isEmpty());
-    QCOMPARE(endName(outcome.end), qPrintable(fastEnd));
-    QCOMPARE(outcome.verdict.state == link::ReplyState::Complete, fault == None);
-}
-
-// A device that keeps sending after (or instead of) the reply: the exchange ends at the byte
-// limit with the empty reply, never hangs. Fast mode still takes a sound reply at its end.
-void TestSerialLink::lineThatNeverFallsQuietEnds_data() {
-    QTest::addColumn<QString>("frame");
-    QTest::addColumn<bool>("fast");
-    QTest::addColumn<bool>("stray");
-    QTest::addColumn<QString>("reply");
-    QTest::addColumn<QString>("end");
-    QTest::addColumn<int>("trickleMs");
-    QTest::newRow("identify") << link::kIdentifyRequest << false << false << ""
-                              << "byte limit" << 0;
-    QTest::newRow("settings") << link::kSettingsRequest << false << false << ""
-                              << "byte limit" << 0;
-    QTest::newRow("probe") << link::kRunTimeRequest << false << false << ""
-                           << "byte limit" << 0;
-    QTest::newRow("identify, fast") << link::kIdentifyRequest << true << false << "8504600C26960D"
-                                    << "complete-fast" << 0;
-    QTest::newRow("identify after stray bytes, fast")
-        << link::kIdentifyRequest << true << true << ""
-        << "byte limit" << 0;
-    QTest::newRow("block after stray bytes, fast") << "850678AA000000090D" << true << true << ""
-                                                   << "byte limit" << 0;
-    // A byte every 8 ms: every poll sees something new, yet the settings reply's byte limit is
-    // far off; the time limit ends it.
-    QTest::newRow("settings trickling") << link::kSettingsRequest << false << false << ""
-                                        << "time limit" << 8;
-}
-
-void TestSerialLink::lineThatNeverFallsQuietEnds() {
-    QFETCH(QString, frame);
-    QFETCH(bool, fast);
-    QFETCH(bool, stray);
-    QFETCH(QString, reply);
-    QFETCH(QString, end);
-    QFETCH(int, trickleMs);
-    sim::Faults f;
-    f.endless = true;
-    f.trickleMs = trickleMs;
-    if (stray) {
-        f.garbageBefore = QByteArray("\x00\xFF\x13", 3);
+    void init() {
+        charger_ = std::make_unique<sim::VirtualCharger>();
+        host_ = std::make_unique<sim::PtyHost>(*charger_);
+        QString error;
+        QVERIFY2(host_->start(&error), qPrintable(error));
+        link_ = std::make_unique<link::SerialLink>();
+        link_->setDevice(host_->devicePath());
+        QVERIFY2(link_->open(), qPrintable(link_->lastError()));
     }
-    charger_->setFaults(f);
-    link_->setFastMode(fast);
-    QElapsedTimer t;
-    t.start();
-    QCOMPARE(link_->SendFrame(frame), reply);
-    const link::ExchangeOutcome outcome = link_->lastOutcome();
-    QCOMPARE(endName(outcome.end), qPrintable(end));
-    QVERIFY2(t.elapsed() < 20000, qPrintable(QString::number(t.elapsed())));
-    if (outcome.end == link::ExchangeEnd::HardByteLimit) {
-        QVERIFY(outcome.received > outcome.limits.bytes);
-    }
-    if (outcome.lineNotQuiet()) {
-        QVERIFY(link::DescribeLineFailure(outcome).contains("did not fall quiet"));
-    }
-    // The next request ends the endless stream; the line serves again.
-    charger_->setFaults({});
-    QTest::qWait(50);
-    QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString(link::kProbeAnswer));
-}
 
-// A pseudo-terminal reports its end only when written to: the cut reply comes back as it is,
-// failing the check, and the next exchange finds the port gone.
-void TestSerialLink::portVanishingMidReplyIsReported() {
-    QSignalSpy lost(link_.get(), &link::SerialLink::portLost);
-    sim::Faults f;
-    f.vanishAt = 300;
-    f.onlyFor = {0x59};
-    charger_->setFaults(f);
-    QCOMPARE(link_->SendFrame(link::kIdentifyRequest), QStringLiteral("8504600C26960D"));
-    const QString cut = link_->SendFrame(link::kSettingsRequest);
-    QVERIFY2(cut.size() <= 600, qPrintable(cut));
-    QVERIFY(link_->lastOutcome().verdict.state != link::ReplyState::Complete);
-    QCOMPARE(link_->SendFrame(link::kIdentifyRequest), QString());
-    QCOMPARE(endName(link_->lastOutcome().end), "port lost");
-    QVERIFY(!link_->isOpen());
-    QVERIFY(lost.count() >= 1);
-}
+    void cleanup() {
+        link_.reset();
+        host_.reset();
+        charger_.reset();
+    }
+
+    // A frame that is no hex text is not sent and gives the empty reply.
+    void repliesAsHexText_data() {
+        QTest::addColumn<QString>("frame");
+        QTest::addColumn<QString>("reply");
+        QTest::newRow("probe") << link::kRunTimeRequest << link::kProbeAnswer;
+        QTest::newRow("identify 3110") << link::kIdentifyRequest << "8504600C26960D";
+        // Bytes below 0x10 keep their leading zero in the hex text.
+        QTest::newRow("general ack") << "850E510004B00064001200FA020190000D" << link::kAckGeneral;
+        QTest::newRow("lower-case request accepted") << "850357aa000d" << link::kProbeAnswer;
+        QTest::newRow("G at the end") << "850357AA000G"
+                                      << "";
+        QTest::newRow("G at the start") << "G50357AA000D"
+                                        << "";
+        QTest::newRow("blank inside") << "8503 57AA000D"
+                                      << "";
+    }
+
+    void repliesAsHexText() {
+        QFETCH(QString, frame);
+        QFETCH(QString, reply);
+        QCOMPARE(link_->SendFrame(frame), reply);
+        QTest::qWait(reply.isEmpty() ? 50 : 0);
+        QCOMPARE(charger_->requests(),
+                 reply.isEmpty() ? QStringList() : QStringList{frame.toUpper()});
+    }
+
+    void silentChargerGivesEmptyAfterTheStallRule() {
+        sim::Faults f;
+        f.silent = true;
+        charger_->setFaults(f);
+        QElapsedTimer t;
+        t.start();
+        QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString());
+        // 19 pauses of 0.01 s: about 0.19 s; generous bounds for a loaded machine.
+        QVERIFY2(t.elapsed() >= 180, qPrintable(QString::number(t.elapsed())));
+        QVERIFY2(t.elapsed() < 1500, qPrintable(QString::number(t.elapsed())));
+        QVERIFY(link_->isOpen());
+    }
+
+    void delayedFirstByteStillArrives() {
+        sim::Faults f;
+        f.firstByteDelayMs = 100;  // well inside the 0.19 s of empty polls
+        charger_->setFaults(f);
+        QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString(link::kProbeAnswer));
+        f.firstByteDelayMs = 600;  // beyond them: the exchange gives up, the reply comes too late
+        charger_->setFaults(f);
+        QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString());
+        QTest::qWait(700);
+        // ... and the late reply is discarded by the next exchange instead of being mixed into it.
+        f.firstByteDelayMs = 0;
+        charger_->setFaults(f);
+        QCOMPARE(link_->SendFrame(link::kIdentifyRequest), QStringLiteral("8504600C26960D"));
+    }
+
+    void garbageIsPartOfTheReply() {
+        sim::Faults f;
+        f.garbageBefore = QByteArray::fromHex("00FF");
+        f.garbageAfter = QByteArray::fromHex("AA");
+        charger_->setFaults(f);
+        QCOMPARE(link_->SendFrame(link::kRunTimeRequest),
+                 QStringLiteral("00FF") + link::kProbeAnswer + QStringLiteral("AA"));
+    }
+
+    void vanishedAdapterGivesEmptyAndClosesThePort() {
+        QSignalSpy lost(link_.get(), &link::SerialLink::portLost);
+        host_->stop();
+        QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString());
+        QTRY_VERIFY(!link_->isOpen());
+        QVERIFY(lost.count() >= 1);
+        // Further exchanges fail quietly too: the device is gone.
+        QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString());
+    }
+
+    // The same request in both modes: the same frame reaches the charger and the same text comes
+    // back; fast mode ends early only on a sound reply and otherwise falls back to the poll rule.
+    void fastModeSendsTheSameFramesAndFallsBack_data() {
+        QTest::addColumn<QString>("frame");
+        QTest::addColumn<int>("fault");
+        QTest::addColumn<QString>("fastEnd");
+        QTest::newRow("identify") << link::kIdentifyRequest << int(None) << "complete-fast";
+        QTest::newRow("settings") << link::kSettingsRequest << int(None) << "complete-fast";
+        QTest::newRow("block") << "850678AA000000090D" << int(None) << "complete-fast";
+        QTest::newRow("general write")
+            << "850E510004B00064001200FA020190000D" << int(None) << "complete-fast";
+        QTest::newRow("identify cut") << link::kIdentifyRequest << int(Cut) << "quiet";
+        QTest::newRow("block stray") << "850678AA000000090D" << int(Stray) << "quiet";
+        QTest::newRow("settings checksum") << link::kSettingsRequest << int(BadChecksum) << "quiet";
+        QTest::newRow("identify other reply")
+            << link::kIdentifyRequest << int(OtherReply) << "quiet";
+    }
+
+    void fastModeSendsTheSameFramesAndFallsBack() {
+        QFETCH(QString, frame);
+        QFETCH(int, fault);
+        QFETCH(QString, fastEnd);
+        charger_->setLog(sim::ChargeLog::Unwrapped(50));
+        charger_->setFaults(faultsFor(fault));
+
+        const QString slow = link_->SendFrame(frame);
+        QCOMPARE(endName(link_->lastOutcome().end), "quiet");
+        const QStringList slowRequests = charger_->requests();
+        charger_->clearRequests();
+        link_->setFastMode(true);
+        const QString fast = link_->SendFrame(frame);
+        const link::ExchangeOutcome outcome = link_->lastOutcome();
+        QCOMPARE(charger_->requests(), slowRequests);
+        QCOMPARE(slowRequests, QStringList{frame});
+        QCOMPARE(fast, slow);
+        QVERIFY(!fast.isEmpty());
+        QCOMPARE(endName(outcome.end), qPrintable(fastEnd));
+        QCOMPARE(outcome.verdict.state == link::ReplyState::Complete, fault == None);
+    }
+
+    // A device that keeps sending after (or instead of) the reply: the exchange ends at the byte
+    // limit with the empty reply, never hangs. Fast mode still takes a sound reply at its end.
+    void lineThatNeverFallsQuietEnds_data() {
+        QTest::addColumn<QString>("frame");
+        QTest::addColumn<bool>("fast");
+        QTest::addColumn<bool>("stray");
+        QTest::addColumn<QString>("reply");
+        QTest::addColumn<QString>("end");
+        QTest::addColumn<int>("trickleMs");
+        const auto row = [](const char* name, const QString& frame, bool fast, bool stray,
+                            const char* reply, const char* end, int trickleMs = 0) {
+            QTest::newRow(name) << frame << fast << stray << QString(reply) << QString(end)
+                                << trickleMs;
+        };
+        const QString id = link::kIdentifyRequest;
+        row("settings", link::kSettingsRequest, false, false, "", "byte limit");
+        row("probe", link::kRunTimeRequest, false, false, "", "byte limit");
+        row("identify, fast", id, true, false, "8504600C26960D", "complete-fast");
+        row("identify after stray bytes, fast", id, true, true, "", "byte limit");
+        row("block after stray bytes, fast", "850678AA000000090D", true, true, "", "byte limit");
+        // A byte every 8 ms: every poll sees something new, yet the settings reply's byte limit is
+        // far off; the time limit ends it.
+        row("settings trickling", link::kSettingsRequest, false, false, "", "time limit", 8);
+    }
+
+    void lineThatNeverFallsQuietEnds() {
+        QFETCH(QString, frame);
+        QFETCH(bool, fast);
+        QFETCH(bool, stray);
+        QFETCH(QString, reply);
+        QFETCH(QString, end);
+        QFETCH(int, trickleMs);
+        sim::Faults f;
+        f.endless = true;
+        f.trickleMs = trickleMs;
+        if (stray) {
+            f.garbageBefore = QByteArray("\x00\xFF\x13", 3);
+        }
+        charger_->setFaults(f);
+        link_->setFastMode(fast);
+        QElapsedTimer t;
+        t.start();
+        QCOMPARE(link_->SendFrame(frame), reply);
+        const link::ExchangeOutcome outcome = link_->lastOutcome();
+        QCOMPARE(endName(outcome.end), qPrintable(end));
+        QVERIFY2(t.elapsed() < 20000, qPrintable(QString::number(t.elapsed())));
+        if (outcome.end == link::ExchangeEnd::HardByteLimit) {
+            QVERIFY(outcome.received > outcome.limits.bytes);
+        }
+        if (outcome.lineNotQuiet()) {
+            QVERIFY(link::DescribeLineFailure(outcome).contains("did not fall quiet"));
+        }
+        // The next request ends the endless stream; the line serves again.
+        charger_->setFaults({});
+        QTest::qWait(50);
+        QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString(link::kProbeAnswer));
+    }
+
+    // A pseudo-terminal reports its end only when written to: the cut reply comes back as it is,
+    // failing the check, and the next exchange finds the port gone.
+    void portVanishingMidReplyIsReported() {
+        QSignalSpy lost(link_.get(), &link::SerialLink::portLost);
+        sim::Faults f;
+        f.vanishAt = 300;
+        f.onlyFor = {0x59};
+        charger_->setFaults(f);
+        QCOMPARE(link_->SendFrame(link::kIdentifyRequest), QStringLiteral("8504600C26960D"));
+        const QString cut = link_->SendFrame(link::kSettingsRequest);
+        QVERIFY2(cut.size() <= 600, qPrintable(cut));
+        QVERIFY(link_->lastOutcome().verdict.state != link::ReplyState::Complete);
+        QCOMPARE(link_->SendFrame(link::kIdentifyRequest), QString());
+        QCOMPARE(endName(link_->lastOutcome().end), "port lost");
+        QVERIFY(!link_->isOpen());
+        QVERIFY(lost.count() >= 1);
+    }
+
+private:
+    std::unique_ptr<sim::VirtualCharger> charger_;
+    std::unique_ptr<sim::PtyHost> host_;
+    std::unique_ptr<link::SerialLink> link_;
+};
 
 QTEST_GUILESS_MAIN(TestSerialLink)
 #include "test_serial_link.moc"

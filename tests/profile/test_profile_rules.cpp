@@ -444,25 +444,21 @@ private slots:
         const int txt2 = int(Field::Txt2);
         const int txt3 = int(Field::Txt3);
         const QString sections = "Txt3.5=300 Txt3.13=300 Txt3.21=150 Txt1_4=12";
-        QTest::newRow("stage voltage: 8 x 2 V cap")
-            << "Txt2.0=17.9" << txt2 << 0 << "StageVoltage 17.9 12..16";
-        QTest::newRow("stage voltage: protection less a step")
-            << "nv=1 Txt1_1=30 Txt2.0=30" << txt2 << 0 << "StageVoltage 30 24..29.6";
-        QTest::newRow("stage current: rating")
-            << "Txt2.3=10.5" << txt2 << 3 << "StageCurrent 10.5 2..10";
-        QTest::newRow("stage current: no rating")
-            << "rated=0" << txt2 << 1 << "StageCurrent 10 2..0";
-        QTest::newRow("total hours")
-            << "Txt1_4=24.1" << int(Field::Txt1_4) << 0 << "TotalHours 24.1 4..24";
-        QTest::newRow("switch voltage")
-            << "type.0=1 Txt3.0=14.3" << txt3 << 0 << "SwitchVoltage 14.3 11.8..15.8 0.2";
-        QTest::newRow("switch current, stage 1")
-            << "type.4=1 Txt3.4=0.9" << txt3 << 4 << "SwitchCurrent 0.9 1..9";
-        QTest::newRow("switch current, stage 2")
-            << "type.12=2 Txt3.12=4.5" << txt3 << 12 << "SwitchCurrent 4.5 1..4";
-        QTest::newRow("section time") << sections << txt3 << 5 << "SectionTimes 300 0..720";
-        QTest::newRow("section total")
-            << sections << int(Field::SectionTotal) << 0 << "SectionTimes 750 0..720";
+        const auto row = [](const char* name, const QString& edits, int field, int index,
+                            const char* want) {
+            QTest::newRow(name) << edits << field << index << QString(want);
+        };
+        row("stage voltage: 8 x 2 V cap", "Txt2.0=17.9", txt2, 0, "StageVoltage 17.9 12..16");
+        row("stage voltage: protection less a step", "nv=1 Txt1_1=30 Txt2.0=30", txt2, 0,
+            "StageVoltage 30 24..29.6");
+        row("stage current: rating", "Txt2.3=10.5", txt2, 3, "StageCurrent 10.5 2..10");
+        row("stage current: no rating", "rated=0", txt2, 1, "StageCurrent 10 2..0");
+        row("total hours", "Txt1_4=24.1", int(Field::Txt1_4), 0, "TotalHours 24.1 4..24");
+        row("switch voltage", "type.0=1 Txt3.0=14.3", txt3, 0, "SwitchVoltage 14.3 11.8..15.8 0.2");
+        row("switch current, stage 1", "type.4=1 Txt3.4=0.9", txt3, 4, "SwitchCurrent 0.9 1..9");
+        row("switch current, stage 2", "type.12=2 Txt3.12=4.5", txt3, 12, "SwitchCurrent 4.5 1..4");
+        row("section time", sections, txt3, 5, "SectionTimes 300 0..720");
+        row("section total", sections, int(Field::SectionTotal), 0, "SectionTimes 750 0..720");
     }
 
     void findingLimits() {

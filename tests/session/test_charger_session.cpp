@@ -103,22 +103,20 @@ private slots:
         QTest::addColumn<int>("reached");  // pageWritten: only the pages whose turn came
         QTest::addColumn<double>("waited");
 
-        QTest::newRow("all acknowledged") << "all" << 0 << "51 52 54 54 55 55"
-                                          << "AAAA" << 4 << 0.4;
-        QTest::newRow("protection refused: stop") << "all" << 0x52 << "51 52"
-                                                  << "ARNN" << 2 << 0.0;
-        QTest::newRow("next refused: three tries a stage")
-            << "all" << 0x54 << "51 52 54 54 54 54 54 54"
-            << "AARN" << 3 << 0.6;
-        QTest::newRow("any refused") << "all" << 0x55 << "51 52 54 54 55 55 55 55 55 55"
-                                     << "AAAR" << 4 << 0.8;
-        QTest::newRow("refusal tolerated: goes on")
-            << "any tolerated" << 0x55 << "55 55 55 55 55 55 52"
-            << "SA" << 2 << 0.6;
-        QTest::newRow("unbuildable page: nothing more sent") << "unbuildable" << 0 << "51"
-                                                             << "ANN" << 2 << 0.0;
-        QTest::newRow("empty page") << "empty" << 0 << "52"
-                                    << "AA" << 2 << 0.0;
+        const auto row = [](const char* name, const char* plan, int refused, const char* commands,
+                            const char* outcomes, int reached, double waited) {
+            QTest::newRow(name) << QString(plan) << refused << QString(commands)
+                                << QString(outcomes) << reached << waited;
+        };
+        row("all acknowledged", "all", 0, "51 52 54 54 55 55", "AAAA", 4, 0.4);
+        row("protection refused: stop", "all", 0x52, "51 52", "ARNN", 2, 0.0);
+        row("next refused: three tries a stage", "all", 0x54, "51 52 54 54 54 54 54 54", "AARN", 3,
+            0.6);
+        row("any refused", "all", 0x55, "51 52 54 54 55 55 55 55 55 55", "AAAR", 4, 0.8);
+        row("refusal tolerated: goes on", "any tolerated", 0x55, "55 55 55 55 55 55 52", "SA", 2,
+            0.6);
+        row("unbuildable page: nothing more sent", "unbuildable", 0, "51", "ANN", 2, 0.0);
+        row("empty page", "empty", 0, "52", "AA", 2, 0.0);
     }
 
     void writePages() {

@@ -97,10 +97,12 @@ private slots:
         f.firstByteDelayMs = 100;  // well inside the 0.19 s of empty polls
         charger_->setFaults(f);
         QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString(link::kProbeAnswer));
-        f.firstByteDelayMs = 600;  // beyond them: the exchange gives up, the reply comes too late
+        // Far beyond them, so that even polls slowed down by a loaded machine are over: the
+        // exchange gives up, the reply comes too late.
+        f.firstByteDelayMs = 1500;
         charger_->setFaults(f);
         QCOMPARE(link_->SendFrame(link::kRunTimeRequest), QString());
-        QTest::qWait(700);
+        QTest::qWait(1600);
         // ... and the late reply is discarded by the next exchange instead of being mixed into it.
         f.firstByteDelayMs = 0;
         charger_->setFaults(f);

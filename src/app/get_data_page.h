@@ -22,6 +22,7 @@ class QPrinter;
 namespace zun::app {
 
 class LogChartView;
+class MonitorPanel;
 
 // The Get Data page (Tab1 page 1): run time, live readings, the data log table and chart.
 class GetDataPage : public QWidget {
@@ -75,8 +76,9 @@ public:
     QPushButton* CmdPrint = nullptr;
     QPushButton* CmdExportPdf = nullptr;
     QPushButton* CmdExportPng = nullptr;
-    ChartPanel* PB = nullptr;    // the chart area: plot surface and its buttons
-    LogChartView* PP = nullptr;  // the plot surface
+    ChartPanel* PB = nullptr;         // the chart area: plot surface and its buttons
+    LogChartView* PP = nullptr;       // the plot surface
+    MonitorPanel* Monitor = nullptr;  // live readings every few seconds, their chart and file
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

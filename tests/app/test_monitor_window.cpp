@@ -83,6 +83,7 @@ private slots:
     void aFileThatCannotBeWrittenIsNoRecording();
     void reconnectsAfterThePtyVanishesAndReturns();
     void lineTraceListsEveryFrame();
+    void intervalIsRemembered();
 };
 
 void TestMonitorWindow::pollsWaitTheirTurn_data() {
@@ -172,6 +173,9 @@ void TestMonitorWindow::aFileThatCannotBeWrittenIsNoRecording() {
 void TestMonitorWindow::reconnectsAfterThePtyVanishesAndReturns() {
     Rig rig;
     QCOMPARE(rig.label(), QStringLiteral("Connection OK"));
+    const QString path = rig.dir.filePath("m.csv");
+    rig.monitor->askRecordPath = [&](const QString&) { return path; };
+    rig.monitor->CmdMonitorRecord->click();
     rig.startMonitor(1);
     QTRY_VERIFY_WITH_TIMEOUT(rig.readings() >= 2, 10000);
     rig.host.vanish();
@@ -194,6 +198,12 @@ void TestMonitorWindow::reconnectsAfterThePtyVanishesAndReturns() {
     for (std::size_t i = 1; i < beforeReturn; ++i) {
         QVERIFY(!rig.monitor->series().at(i).gapBefore);
     }
+    // The file notes the gap at the same reading and goes on.
+    QFile f(path);
+    QVERIFY(f.open(QIODevice::ReadOnly));
+    const QStringList lines = QString::fromUtf8(f.readAll()).split("\r\n", Qt::SkipEmptyParts);
+    QCOMPARE(lines.filter(",reconnected").size(), 1);
+    QCOMPARE(lines.indexOf(QRegularExpression(".*,reconnected$")), int(beforeReturn) + 1);
     // Reading the pages is the user's choice.
     rig.window->CmdReadPages->click();
     QVERIFY(rig.charger.requests().contains(QLatin1String(link::kSettingsRequest)));
@@ -245,6 +255,20 @@ void TestMonitorWindow::lineTraceListsEveryFrame() {
     w->askSavePath = [&](const QString&) { return rig.dir.filePath("no/such/trace.txt"); };
     w->CmdTraceSave->click();
     QVERIFY2(error.startsWith("The line trace was not saved to"), qPrintable(error));
+}
+
+void TestMonitorWindow::intervalIsRemembered() {
+    {
+        Rig rig;
+        QVERIFY(!rig.monitor->ChkMonitor->isChecked());   // off until the user ticks it
+        rig.monitor->TxtMonitorInterval->setValue(3601);  // clamped to the hour
+        QCOMPARE(rig.monitor->poller().intervalSeconds(), 3600);
+        rig.monitor->TxtMonitorInterval->setValue(7);
+    }
+    Rig again;
+    QCOMPARE(again.monitor->TxtMonitorInterval->value(), 7);
+    QCOMPARE(again.monitor->poller().intervalSeconds(), 7);
+    QVERIFY(!again.monitor->ChkMonitor->isChecked());
 }
 
 int main(int argc, char** argv) {

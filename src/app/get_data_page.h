@@ -76,9 +76,11 @@ public:
     QPushButton* CmdPrint = nullptr;
     QPushButton* CmdExportPdf = nullptr;
     QPushButton* CmdExportPng = nullptr;
-    ChartPanel* PB = nullptr;         // the chart area: plot surface and its buttons
-    LogChartView* PP = nullptr;       // the plot surface
-    MonitorPanel* Monitor = nullptr;  // live readings every few seconds, their chart and file
+    ChartPanel* PB = nullptr;    // the chart area: plot surface and its buttons
+    LogChartView* PP = nullptr;  // the plot surface
+
+    // Live readings every few seconds, their chart and file.
+    MonitorPanel* Monitor = nullptr;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -2,6 +2,8 @@
 
 #include "app/get_data_page.h"
 #include "app/language_applier.h"
+#include "app/line_trace_window.h"
+#include "app/monitor_panel.h"
 #include "app/profile_editor.h"
 #include "app/settings_actions.h"
 #include "link/build_info.h"
@@ -99,6 +101,8 @@ void FrmMain::buildUi() {
     Tab1->addTab(getData_, tr("Get Data"));
     v->addWidget(Tab1, 1);
     setCentralWidget(central);
+    connect(getData_->Monitor, &MonitorPanel::statusMessage, this,
+            [this](const QString& text) { statusBar()->showMessage(text); });
     resize(1024, 768);
 
     // Settings files of the current profile and the compare with the charger's stored copy.
@@ -116,7 +120,22 @@ void FrmMain::buildUi() {
         session_->setFastMode(on);
         QSettings().setValue(kFastLinkKey, on);
     });
-    QAction* about = menuBar()->addMenu(tr("Help"))->addAction(tr("About ZUN"));
+    // Every frame on the line, kept for a support request.
+    session_->setTrace([this](bool sent, const QString& hex) { traceFrame(sent, hex); });
+    connect(session_.get(), &session::ChargerSession::replied, this,
+            [this](const QString&, const QString& reply) {
+                if (reply.isEmpty()) {
+                    traceFrame(false, QString());
+                }
+            });
+    QMenu* helpMenu = menuBar()->addMenu(tr("Help"));
+    ActLineTrace = helpMenu->addAction(tr("Line trace..."));
+    ActLineTrace->setObjectName(QStringLiteral("ActLineTrace"));
+    connect(ActLineTrace, &QAction::triggered, this, [this] {
+        lineTraceWindow()->show();
+        lineTraceWindow()->raise();
+    });
+    QAction* about = helpMenu->addAction(tr("About ZUN"));
     about->setObjectName("ActAbout");
     connect(about, &QAction::triggered, this,
             [this] { QMessageBox::about(this, tr("About ZUN"), AboutText()); });
@@ -127,6 +146,19 @@ void FrmMain::buildUi() {
     connect(session_.get(), &session::ChargerSession::portLost, this, [this] {
         Label0_1->setText(QStringLiteral("No Connection"));
         SetTextColour(Label0_1, kWrongColour);
+        statusBar()->showMessage(
+            QStringLiteral("No Connection: waiting for %1 to come back").arg(session_->device()));
+    });
+    // The adapter is back. The pages keep what they show (edits would be lost): reading them
+    // again is offered, not done.
+    session_->setWatchForReturn(true);
+    connect(session_.get(), &session::ChargerSession::portRegained, this, [this] {
+        Label0_1->setText(QStringLiteral("Connection OK"));
+        SetTextColour(Label0_1, kGreen);
+        statusBar()->showMessage(
+            QStringLiteral("%1 is back: Connection OK. The pages were not read again.")
+                .arg(session_->device()));
+        readPagesButton()->setVisible(true);
     });
     // The log transfer holds the line: nothing else may start an exchange until it ends.
     connect(session_.get(), &session::ChargerSession::transferActive, this, [this](bool active) {
@@ -276,6 +308,34 @@ void FrmMain::CboPort_Click() {
     editor_->CmbPN_Click();
     lastSettingsReply_ = reply;
     editor_->Cmb0NV_Click();
+}
+
+void FrmMain::traceFrame(bool sent, const QString& hex) {
+    lineTrace_.record(sent, hex);
+    if (traceWindow_ != nullptr) {
+        traceWindow_->frameAdded();
+    }
+}
+
+LineTraceWindow* FrmMain::lineTraceWindow() {
+    if (traceWindow_ == nullptr) {
+        traceWindow_ = new LineTraceWindow(lineTrace_, this);
+    }
+    return traceWindow_;
+}
+
+QPushButton* FrmMain::readPagesButton() {
+    if (CmdReadPages == nullptr) {
+        CmdReadPages = new QPushButton(tr("Read pages from charger"));
+        CmdReadPages->setObjectName(QStringLiteral("CmdReadPages"));
+        BusyGuard::MarkExchangeStarter(CmdReadPages);
+        statusBar()->addPermanentWidget(CmdReadPages);
+        connect(CmdReadPages, &QPushButton::clicked, this, [this] {
+            CmdReadPages->setVisible(false);
+            RunHandler([this] { CboPort_Click(); });
+        });
+    }
+    return CmdReadPages;
 }
 
 void FrmMain::showExchangeEnd(const link::ExchangeOutcome& outcome) {

@@ -3,6 +3,7 @@
 #include "app/busy_guard.h"
 #include "app/window_state.h"
 #include "lang/language_catalog.h"
+#include "link/line_trace.h"
 #include "link/port_list.h"
 #include "session/charger_session.h"
 
@@ -10,6 +11,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QMainWindow>
+#include <QPushButton>
 #include <QTabWidget>
 
 #include <functional>
@@ -19,6 +21,7 @@
 namespace zun::app {
 
 class GetDataPage;
+class LineTraceWindow;
 class ProfileEditor;
 
 struct StartOptions {
@@ -65,6 +68,12 @@ public:
     QLabel* Label1 = nullptr;    // rating or warning
     QComboBox* CmbLang = nullptr;
     QAction* ActFastLink = nullptr;  // Settings menu: "Fast link", remembered
+    // In the status bar once a lost charger is back: reads the pages again on request.
+    QPushButton* CmdReadPages = nullptr;
+    QAction* ActLineTrace = nullptr;  // Help menu: the line trace window
+
+    const link::LineTrace& lineTrace() const { return lineTrace_; }
+    LineTraceWindow* lineTraceWindow();
 
 signals:
     void loadFinished();
@@ -83,6 +92,8 @@ private:
     // the status bar (which exists only once there is something to say).
     void reportRefusals(const QVector<link::PortRefusal>& refusals);
     void showExchangeEnd(const link::ExchangeOutcome& outcome);
+    QPushButton* readPagesButton();
+    void traceFrame(bool sent, const QString& hex);
 
     StartOptions options_;
     WindowState state_;
@@ -95,6 +106,8 @@ private:
     GetDataPage* getData_ = nullptr;
     QString lastSettingsReply_;
     bool loaded_ = false;
+    link::LineTrace lineTrace_;
+    LineTraceWindow* traceWindow_ = nullptr;
 };
 
 }  // namespace zun::app

@@ -2,6 +2,7 @@
 
 #include "app/busy_guard.h"
 #include "app/log_chart_view.h"
+#include "app/monitor_panel.h"
 #include "app/page_parts.h"
 #include "datalog/live_reading.h"
 #include "datalog/log_chart.h"
@@ -91,6 +92,7 @@ void GetDataPage::buildUi() {
     buildLogControls(fm);
     buildFileButtons();
     buildChart();
+    Monitor = new MonitorPanel(state_, [this](const QString& text) { setBoxText(1, text); });
     arrange();
 
     setTabOrder(CmdGetOK[1], CmdGetOK[0]);
@@ -243,7 +245,10 @@ void GetDataPage::arrange() {
 
     auto* h = new QHBoxLayout(this);
     h->addWidget(left);
-    h->addWidget(PB, 1);
+    auto* right = new QVBoxLayout;
+    right->addWidget(Monitor);
+    right->addWidget(PB, 1);
+    h->addLayout(right, 1);
 }
 
 void GetDataPage::InitLogTable() {

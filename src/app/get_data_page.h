@@ -22,6 +22,7 @@ class QPrinter;
 namespace zun::app {
 
 class LogChartView;
+class MonitorPanel;
 
 // The Get Data page (Tab1 page 1): run time, live readings, the data log table and chart.
 class GetDataPage : public QWidget {
@@ -77,6 +78,9 @@ public:
     QPushButton* CmdExportPng = nullptr;
     ChartPanel* PB = nullptr;    // the chart area: plot surface and its buttons
     LogChartView* PP = nullptr;  // the plot surface
+
+    // Live readings every few seconds, their chart and file.
+    MonitorPanel* Monitor = nullptr;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -50,6 +50,8 @@ int main(int argc, char** argv) {
     zun::sim::VirtualCharger demoCharger;
     zun::sim::PtyHost demoHost(demoCharger);
     if (parser.isSet(demo)) {
+        // The monitor has a charge to show: an hour of it a minute.
+        demoCharger.setMovingLive(60.0);
         QString error;
         if (demoHost.start(&error)) {
             options.devices.prepend(demoHost.devicePath());

@@ -1,5 +1,6 @@
 #include "cli/charger_connection.h"
 
+#include "link/line_trace.h"
 #include "link/reply_check.h"
 #include "link/serial_link.h"
 
@@ -89,16 +90,18 @@ std::unique_ptr<session::ChargerSession> OpenSession(const PortOptions& options,
     if (options.trace) {
         auto clock = std::make_shared<QElapsedTimer>();
         clock->start();
-        auto line = [clock, err](const char* arrow, const QString& text) {
-            fprintf(err, "[%8lld ms] %s %s\n", static_cast<long long>(clock->elapsed()), arrow,
-                    qPrintable(text));
+        // The same lines as the window's line trace.
+        auto line = [clock, err](bool sent, const QString& hex) {
+            const link::TraceEntry entry{clock->elapsed(), sent,
+                                         QByteArray::fromHex(hex.toLatin1())};
+            fprintf(err, "%s\n", qPrintable(link::TraceLine(entry)));
             fflush(err);
         };
-        s->setTrace([line](bool sent, const QString& hex) { line(sent ? ">" : "<", hex); });
+        s->setTrace(line);
         QObject::connect(s.get(), &session::ChargerSession::replied,
                          [line](const QString&, const QString& reply) {
                              if (reply.isEmpty()) {
-                                 line("<", QStringLiteral("(no reply)"));
+                                 line(false, QString());
                              }
                          });
     }

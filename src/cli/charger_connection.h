@@ -29,6 +29,7 @@ struct PortOptions {
     bool trace = false;          // --trace
     bool fast = false;           // --fast: end each exchange at its complete, sound reply
     bool acceptDamaged = false;  // --accept-damaged: a reply that fails the check is used
+    int waitSeconds = 0;         // --wait: how long the port and the charger may take to appear
     // The line to the charger; the serial port when unset. Tests run commands in-process
     // against a charger this way.
     std::function<std::unique_ptr<link::Exchange>()> exchange;

@@ -27,6 +27,7 @@ const std::vector<CommandRule>& Commands() {
         {"live", 0, {}, true, true},
         {"log", 0, {"o", "desc", "from", "to"}, true, true},
         {"chart", 1, {"o", "size"}, false, false},
+        {"monitor", 0, {"o", "interval", "count"}, true, true},
     };
     return rules;
 }
@@ -60,6 +61,11 @@ QString UsageText() {
         "                              as a ZUN-Log CSV file\n"
         "  chart FILE.csv -o OUT.png|OUT.pdf [--size WxH]\n"
         "                              draw the log chart of a saved log\n"
+        "  monitor [--interval S] [--count N] [-o FILE.csv]\n"
+        "                              the live readings every S seconds (1 to 3600,\n"
+        "                              default 5), one line each (JSON lines with --json),\n"
+        "                              N readings or until Ctrl-C; -o records them to a\n"
+        "                              ZUN-Monitor CSV file, line by line\n"
         "\n"
         "Options:\n"
         "  --port PORT           the charger's port: a device path, COMn, or ComN as ports\n"
@@ -67,6 +73,8 @@ QString UsageText() {
         "  --device DEVICE       number this device first (repeatable): Com1, Com2, ... in\n"
         "                        the order given, then the system's serial devices\n"
         "  --only-given-ports    leave the system's serial devices out of the numbering\n"
+        "  --wait S              wait up to S seconds for the port and the charger to\n"
+        "                        appear\n"
         "  --trace               print every frame sent and received, with milliseconds,\n"
         "                        on stderr\n"
         "  --json                machine-readable output (ports, identify, settings, verify,\n"
@@ -117,7 +125,7 @@ bool optionsFit(const QCommandLineParser& parser, const CommandRule& rule, const
     if (rule.talks) {
         allowed << QStringLiteral("device") << QStringLiteral("only-given-ports")
                 << QStringLiteral("trace") << QStringLiteral("fast")
-                << QStringLiteral("accept-damaged");
+                << QStringLiteral("accept-damaged") << QStringLiteral("wait");
         if (command != QLatin1String("ports")) {
             allowed << QStringLiteral("port");
         }
@@ -155,6 +163,23 @@ bool readValues(const QCommandLineParser& parser, Invocation& inv, QString* mess
     inv.description = parser.value(QStringLiteral("desc"));
     inv.from = parser.value(QStringLiteral("from"));
     inv.to = parser.value(QStringLiteral("to"));
+    return true;
+}
+
+// A whole number from low to high for the option, when it is given.
+bool wholeNumber(const QCommandLineParser& parser, const QString& name, int low, int high,
+                 int* value, QString* message) {
+    if (!parser.isSet(name)) {
+        return true;
+    }
+    bool ok = false;
+    const int n = parser.value(name).toInt(&ok);
+    if (!ok || n < low || n > high) {
+        *message =
+            QStringLiteral("--%1 wants a whole number from %2 to %3").arg(name).arg(low).arg(high);
+        return false;
+    }
+    *value = n;
     return true;
 }
 
@@ -205,6 +230,11 @@ bool valuesFit(const QCommandLineParser& parser, Invocation& inv, QString* messa
         }
         inv.chartSize = QSize(w, h);
     }
+    if (!wholeNumber(parser, QStringLiteral("interval"), 1, 3600, &inv.intervalSeconds, message) ||
+        !wholeNumber(parser, QStringLiteral("count"), 1, 1000000000, &inv.count, message) ||
+        !wholeNumber(parser, QStringLiteral("wait"), 0, 86400, &inv.port.waitSeconds, message)) {
+        return false;
+    }
     const bool needsOutput =
         inv.command == QLatin1String("log") || inv.command == QLatin1String("chart");
     if (needsOutput && inv.output.isEmpty()) {
@@ -242,6 +272,9 @@ int ParseCommandLine(const QStringList& arguments, Invocation& inv, QString* mes
         {QStringLiteral("from"), QString(), QStringLiteral("N")},
         {QStringLiteral("to"), QString(), QStringLiteral("N")},
         {QStringLiteral("size"), QString(), QStringLiteral("WxH")},
+        {QStringLiteral("interval"), QString(), QStringLiteral("S")},
+        {QStringLiteral("count"), QString(), QStringLiteral("N")},
+        {QStringLiteral("wait"), QString(), QStringLiteral("S")},
         {{QStringLiteral("h"), QStringLiteral("help")}, QString()},
     };
     parser.addOptions(options);

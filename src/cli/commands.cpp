@@ -7,6 +7,7 @@
 #include "datalog/log_download.h"
 #include "datalog/log_finish.h"
 #include "datalog/log_table_model.h"
+#include "datalog/monitor_file.h"
 #include "datalog/run_time.h"
 #include "link/codec.h"
 #include "link/frames.h"
@@ -15,12 +16,16 @@
 #include "profile/settings_compare.h"
 #include "profile/settings_file.h"
 #include "profile/stage_layout.h"
+#include "session/live_poller.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QTimer>
 
 #ifdef Q_OS_WIN
 #include <io.h>
@@ -28,6 +33,8 @@
 #include <unistd.h>
 #endif
 
+#include <atomic>
+#include <csignal>
 #include <utility>
 
 namespace zun::cli {
@@ -64,12 +71,39 @@ std::vector<int> chosenProfiles(const Invocation& inv) {
     return {0, 1};
 }
 
+// Set by Ctrl-C while zunctl monitor runs: the reading under way ends and the file is complete.
+std::atomic<bool> gInterrupted{false};
+
+extern "C" void onInterrupt(int) {
+    gInterrupted = true;
+}
+
+// Lets events run for ms milliseconds (the serial port needs them), ending early on Ctrl-C.
+void pause(qint64 ms) {
+    QElapsedTimer t;
+    t.start();
+    while (!gInterrupted && t.elapsed() < ms) {
+        QEventLoop loop;
+        QTimer::singleShot(int(std::min<qint64>(100, ms - t.elapsed())), &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+}
+
 // A session connected to the charger, or an exit code with the message already shown.
 int connect(const PortOptions& options, FILE* err,
             std::unique_ptr<session::ChargerSession>& session) {
     session = OpenSession(options, err);
     QString message;
-    const int code = Connect(*session, options, &message);
+    int code = Connect(*session, options, &message);
+    // --wait: the adapter may still be on its way, or the charger still starting.
+    QElapsedTimer waited;
+    waited.start();
+    while ((code == kExitNoCharger || code == kExitNoAnswer) &&
+           waited.elapsed() + 1000 <= options.waitSeconds * 1000LL) {
+        session->close();
+        pause(1000);
+        code = Connect(*session, options, &message);
+    }
     if (code != kExitDone) {
         fail(err, code, message);
     }
@@ -730,15 +764,95 @@ int Chart(const Invocation& inv, FILE* out, FILE* err) {
     return kExitDone;
 }
 
+// ---- monitor ----
+
+QJsonObject monitorJson(const datalog::MonitorSample& s) {
+    // Hundredths as the charger sends them, so the numbers are exact.
+    auto value = [](float v) { return qRound(double(v) * 100.0) / 100.0; };
+    QJsonObject o;
+    o.insert(QStringLiteral("time"), datalog::MonitorTimeText(s.msecs));
+    o.insert(QStringLiteral("chargerV"), value(s.chargerV));
+    o.insert(QStringLiteral("chargerA"), value(s.chargerA));
+    o.insert(QStringLiteral("battery1V"), value(s.bat1V));
+    o.insert(QStringLiteral("battery1A"), value(s.bat1A));
+    o.insert(QStringLiteral("battery2V"), value(s.bat2V));
+    o.insert(QStringLiteral("battery2A"), value(s.bat2A));
+    o.insert(QStringLiteral("reconnected"), s.gapBefore);
+    return o;
+}
+
+int Monitor(const Invocation& inv, FILE* out, FILE* err) {
+    std::unique_ptr<session::ChargerSession> session;
+    if (const int code = connect(inv.port, err, session)) {
+        return code;
+    }
+    datalog::MonitorRecorder recorder;
+    QString error;
+    if (!inv.output.isEmpty() && !recorder.start(inv.output, &error)) {
+        return fail(err, kExitUsage, QStringLiteral("cannot write %1: %2").arg(inv.output, error));
+    }
+    gInterrupted = false;
+    const auto previousInt = std::signal(SIGINT, onInterrupt);
+    const auto previousTerm = std::signal(SIGTERM, onInterrupt);
+    int taken = 0;
+    bool gap = false;
+    int code = kExitDone;
+    QElapsedTimer clock;
+    clock.start();
+    for (qint64 due = 0; !gInterrupted && (inv.count == 0 || taken < inv.count);
+         due += inv.intervalSeconds * 1000LL) {
+        pause(due - clock.elapsed());
+        if (gInterrupted) {
+            break;
+        }
+        const datalog::LiveReading r = session->liveReading();
+        if (r.outcome != datalog::ReplyOutcome::Show) {
+            // The line is gone or the charger silent: say so once, keep asking (the port is
+            // opened again by the next request), and note the gap at the next reading.
+            if (!gap) {
+                const QString failure = lineFailure(*session);
+                print(err, QStringLiteral("zunctl: no reading: %1")
+                               .arg(failure.isEmpty() ? QStringLiteral("no answer") : failure));
+            }
+            gap = true;
+            continue;
+        }
+        datalog::MonitorSample sample = session::SampleOf(r, QDateTime::currentMSecsSinceEpoch());
+        sample.gapBefore = gap;
+        gap = false;
+        ++taken;
+        if (inv.json) {
+            const QByteArray line =
+                QJsonDocument(monitorJson(sample)).toJson(QJsonDocument::Compact);
+            print(out, QString::fromUtf8(line));
+        } else {
+            print(out, datalog::MonitorTimeText(sample.msecs) + QStringLiteral("  ") +
+                           QString(r.text).replace(QStringLiteral("\r\n"), QStringLiteral("  ")) +
+                           (sample.gapBefore ? QStringLiteral("  (reconnected)") : QString()));
+        }
+        if (recorder.recording() && !recorder.append(sample, &error)) {
+            fail(err, kExitUsage,
+                 QStringLiteral("recording stopped, %1 could not be written: %2")
+                     .arg(inv.output, error));
+            code = kExitUsage;
+            break;
+        }
+    }
+    std::signal(SIGINT, previousInt);
+    std::signal(SIGTERM, previousTerm);
+    recorder.stop();
+    return code;
+}
+
 }  // namespace
 
 int RunCommand(const Invocation& inv, FILE* out, FILE* err) {
     try {
         using Command = int (*)(const Invocation&, FILE*, FILE*);
         static const std::pair<const char*, Command> kCommands[] = {
-            {"ports", Ports}, {"identify", Identify}, {"settings", Settings},
-            {"write", Write}, {"verify", Verify},     {"runtime", RunTime},
-            {"live", Live},   {"log", Log},           {"chart", Chart},
+            {"ports", Ports},   {"identify", Identify}, {"settings", Settings}, {"write", Write},
+            {"verify", Verify}, {"runtime", RunTime},   {"live", Live},         {"log", Log},
+            {"chart", Chart},   {"monitor", Monitor},
         };
         const QString& c = inv.command;
         for (const auto& [name, run] : kCommands) {

@@ -27,6 +27,8 @@ struct Invocation {
     QString from;
     QString to;
     QSize chartSize{1920, 1080};
+    int intervalSeconds = 5;  // monitor --interval
+    int count = 0;            // monitor --count; 0: until interrupted
 };
 
 // Parses argv (without the program name). Returns kExitDone and fills the invocation, or

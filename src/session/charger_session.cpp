@@ -17,6 +17,10 @@ public:
     ~Busy() {
         if (--s_.depth_ == 0) {
             emit s_.busyChanged(false);
+            if (s_.lookPending_ && s_.returnWatch_.isActive()) {
+                s_.lookPending_ = false;
+                QTimer::singleShot(0, &s_, &ChargerSession::lookForReturn);
+            }
         }
     }
     Busy(const Busy&) = delete;
@@ -70,7 +74,45 @@ ChargerSession::ChargerSession(std::unique_ptr<link::Exchange> exchange, QObject
     serial_ = dynamic_cast<link::SerialLink*>(exchange_.get());
     if (serial_ != nullptr) {
         connect(serial_, &link::SerialLink::portLost, this, &ChargerSession::portLost);
+        connect(serial_, &link::SerialLink::portLost, this, [this] {
+            if (watchForReturn_) {
+                returnWatch_.start();
+            }
+        });
     }
+    // Once a second is soon enough for a person plugging a cable back in, and costs nothing.
+    returnWatch_.setInterval(1000);
+    returnWatch_.setTimerType(Qt::CoarseTimer);
+    connect(&returnWatch_, &QTimer::timeout, this, &ChargerSession::lookForReturn);
+}
+
+void ChargerSession::setWatchForReturn(bool on) {
+    watchForReturn_ = on;
+    if (!on) {
+        returnWatch_.stop();
+    }
+}
+
+void ChargerSession::lookForReturn() {
+    if (serial_ == nullptr) {
+        return;
+    }
+    // Another exchange holds the line: look as soon as it has ended. (A monitor polling at the
+    // same pace would otherwise hold the line at every tick.)
+    if (busy()) {
+        lookPending_ = true;
+        return;
+    }
+    if (!serial_->open()) {
+        return;
+    }
+    if (!probe()) {
+        close();
+        return;
+    }
+    returnWatch_.stop();
+    identify();
+    emit portRegained();
 }
 
 ChargerSession::~ChargerSession() {
@@ -78,6 +120,9 @@ ChargerSession::~ChargerSession() {
 }
 
 void ChargerSession::setDevice(const QString& device) {
+    if (device != device_) {
+        returnWatch_.stop();
+    }
     device_ = device;
     if (serial_ != nullptr) {
         serial_->setDevice(device);

@@ -11,6 +11,7 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 
 #include <functional>
 #include <memory>
@@ -125,6 +126,11 @@ public:
 
     bool busy() const { return depth_ > 0; }
 
+    // After the adapter vanished, look for the device about once a second; once it opens and
+    // the charger answers the probe, identify it and report portRegained. Off by default.
+    void setWatchForReturn(bool on);
+    bool watchingForReturn() const { return returnWatch_.isActive(); }
+
 signals:
     // An exchange with the charger starts (true) or the last one has ended (false).
     void busyChanged(bool busy);
@@ -142,11 +148,14 @@ signals:
     void exchangeEnded(const zun::link::ExchangeOutcome& outcome);
     // The adapter vanished; the port is closed.
     void portLost();
+    // The device that was lost opened again and the charger answered: the port is open.
+    void portRegained();
 
 private:
     class Busy;
     class Line;
     PageResult writePage(const PageWrite& write);
+    void lookForReturn();
 
     std::unique_ptr<link::Exchange> exchange_;
     link::SerialLink* serial_ = nullptr;
@@ -157,6 +166,9 @@ private:
     QString lastReply_;
     int depth_ = 0;
     bool cancel_ = false;
+    bool watchForReturn_ = false;
+    bool lookPending_ = false;  // a look for the lost device waits for the line to be free
+    QTimer returnWatch_;
 };
 
 }  // namespace zun::session

@@ -49,6 +49,8 @@ int main(int argc, char* argv[]) {
     sigemptyset(&stopSignals);
     sigaddset(&stopSignals, SIGINT);
     sigaddset(&stopSignals, SIGTERM);
+    // SIGUSR1 pulls the adapter out, the next one plugs it in again.
+    sigaddset(&stopSignals, SIGUSR1);
     // A shell starts background jobs with SIGINT ignored, and an ignored signal never reaches
     // sigwait.
     std::signal(SIGINT, SIG_DFL);
@@ -62,7 +64,8 @@ int main(int argc, char* argv[]) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "Virtual charger on a pseudo-terminal. Prints the device path, serves until SIGINT or "
-        "SIGTERM."));
+        "SIGTERM. SIGUSR1 lets the device vanish, the next SIGUSR1 brings it back (under the "
+        "same --link name) and prints the new device path."));
     parser.addHelpOption();
     parser.addVersionOption();
     const QList<QCommandLineOption> options = {
@@ -113,6 +116,10 @@ int main(int argc, char* argv[]) {
          QStringLiteral("CMDS")},
         {QStringLiteral("record"), QStringLiteral("Append every request frame as a hex line."),
          QStringLiteral("FILE")},
+        {QStringLiteral("moving-live"),
+         QStringLiteral("Live readings follow a charge, SCALE seconds of charge per second "
+                        "(60: an hour a minute)."),
+         QStringLiteral("SCALE")},
     };
     parser.addOptions(options);
     parser.process(app);
@@ -222,6 +229,16 @@ int main(int argc, char* argv[]) {
         });
     }
 
+    if (parser.isSet(QStringLiteral("moving-live"))) {
+        bool ok = false;
+        const double scale = parser.value(QStringLiteral("moving-live")).toDouble(&ok);
+        if (!ok || scale <= 0) {
+            fprintf(stderr, "zun-sim: --moving-live wants a positive number\n");
+            return 2;
+        }
+        charger.setMovingLive(scale);
+    }
+
     PtyHost host(charger);
     host.setPacing(!parser.isSet(QStringLiteral("no-pacing")));
     QString error;
@@ -238,7 +255,18 @@ int main(int argc, char* argv[]) {
     fflush(stdout);
 
     int signal = 0;
-    sigwait(&stopSignals, &signal);
+    while (sigwait(&stopSignals, &signal) == 0 && signal == SIGUSR1) {
+        if (host.isRunning()) {
+            host.vanish();
+            continue;
+        }
+        if (!host.comeBack(&error)) {
+            fprintf(stderr, "zun-sim: %s\n", qPrintable(error));
+            return 1;
+        }
+        printf("%s\n", qPrintable(host.devicePath()));
+        fflush(stdout);
+    }
     host.stop();
     return 0;
 }

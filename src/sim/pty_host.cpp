@@ -147,6 +147,18 @@ void PtyHost::stop() {
     }
 }
 
+void PtyHost::vanish() {
+    vanishedLink_ = linkPath_;
+    stop();
+}
+
+bool PtyHost::comeBack(QString* error) {
+    if (!start(error)) {
+        return false;
+    }
+    return vanishedLink_.isEmpty() || createLink(vanishedLink_, error);
+}
+
 bool PtyHost::createLink(const QString& path, QString* error) {
     if (devicePath_.isEmpty()) {
         if (error) {

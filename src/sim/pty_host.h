@@ -37,6 +37,11 @@ public:
     // A symbolic link to the device under a stable name; a stale link of that name is replaced.
     bool createLink(const QString& path, QString* error = nullptr);
 
+    // The adapter is pulled out (the device and its link go) and plugged in again: a new
+    // device, reached again under the link's name.
+    void vanish();
+    bool comeBack(QString* error = nullptr);
+
     void setPacing(bool on) { pacing_ = on; }
     bool pacing() const { return pacing_; }
 
@@ -52,6 +57,7 @@ private:
     int wake_[2] = {-1, -1};
     QString devicePath_;
     QString linkPath_;
+    QString vanishedLink_;
 };
 
 }  // namespace zun::sim

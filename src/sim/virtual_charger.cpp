@@ -3,6 +3,7 @@
 #include "sim/settings_image.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace zun::sim {
 
@@ -186,7 +187,13 @@ QByteArray VirtualCharger::answer(const QByteArray& frame) {
         }
         case kLive: {
             QByteArray body(1, char(command + 0x10));
-            for (qint16 v : live_) {
+            LiveValues values = live_;
+            if (timeScale_ > 0.0) {
+                const std::chrono::duration<double> since =
+                    std::chrono::steady_clock::now() - movingSince_;
+                values = ChargeLiveAt(since.count() * timeScale_);
+            }
+            for (qint16 v : values) {
                 append16(body, quint16(v));
             }
             return MakeFrame(body);
@@ -358,6 +365,49 @@ quint32 VirtualCharger::runTimeMinutes() const {
 void VirtualCharger::setLive(const LiveValues& values) {
     std::lock_guard lock(mutex_);
     live_ = values;
+}
+
+void VirtualCharger::setMovingLive(double timeScale) {
+    std::lock_guard lock(mutex_);
+    timeScale_ = std::max(0.0, timeScale);
+    movingSince_ = std::chrono::steady_clock::now();
+}
+
+double VirtualCharger::movingLive() const {
+    std::lock_guard lock(mutex_);
+    return timeScale_;
+}
+
+LiveValues VirtualCharger::ChargeLiveAt(double chargeSeconds) {
+    constexpr double kCycleHours = 10.0;
+    constexpr double kBulkHours = 3.0;    // constant current until the voltage reaches 14.4 V
+    constexpr double kAbsorbHours = 6.0;  // constant voltage until float
+    const double h = std::fmod(std::max(0.0, chargeSeconds) / 3600.0, kCycleHours);
+    double volts = 0.0;
+    double amps = 0.0;
+    if (h < kBulkHours) {
+        // The battery's voltage climbs slowly at first and steeply near the end of bulk.
+        const double x = h / kBulkHours;
+        volts = 12.4 + 2.0 * (0.6 * x + 0.4 * x * x * x);
+        amps = 10.0;
+    } else if (h < kAbsorbHours) {
+        volts = 14.4;
+        amps = 0.4 + 9.6 * std::exp(-(h - kBulkHours) * 1.5);
+    } else {
+        volts = 13.6;
+        amps = 0.3;
+    }
+    // A little ripple so that the readings look measured, the same at the same moment.
+    const double ripple = 0.01 * std::sin(chargeSeconds / 37.0);
+    auto hundredths = [](double v) { return qint16(std::lround(v * 100.0)); };
+    return {hundredths(volts + ripple),
+            hundredths(amps + 10 * ripple),
+            hundredths(volts - 0.08 + ripple),
+            hundredths(volts - 0.12 + ripple),
+            0,
+            hundredths(amps * 0.6),
+            hundredths(amps * 0.4),
+            0};
 }
 
 LiveValues VirtualCharger::live() const {

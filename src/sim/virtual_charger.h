@@ -7,6 +7,7 @@
 #include <QStringList>
 
 #include <array>
+#include <chrono>
 #include <functional>
 #include <mutex>
 
@@ -78,6 +79,14 @@ public:
     quint32 runTimeMinutes() const;
     void setLive(const LiveValues& values);
     LiveValues live() const;
+    // Live readings that follow a charge as time passes, timeScale seconds of charge per second
+    // (60: an hour of charge a minute); 0 goes back to the fixed values of setLive.
+    void setMovingLive(double timeScale);
+    double movingLive() const;
+    // The readings a 12 V / 10 A charger shows chargeSeconds into a charge: constant current
+    // up to 14.4 V, constant voltage while the current falls, then float at 13.6 V; the
+    // charge starts over after ten hours.
+    static LiveValues ChargeLiveAt(double chargeSeconds);
     void setLog(const ChargeLog& log);
     ChargeLog log() const;
     // The 796 bytes of both profiles as the settings reply carries them; a wrong size is refused.
@@ -100,6 +109,8 @@ private:
     quint16 model_ = kDefaultModel;
     quint32 runTime_ = kDefaultRunTimeMinutes;
     LiveValues live_ = kDefaultLive;
+    double timeScale_ = 0.0;
+    std::chrono::steady_clock::time_point movingSince_;
     ChargeLog log_;
     QByteArray image_;
     Faults faults_;

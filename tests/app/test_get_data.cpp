@@ -315,7 +315,7 @@ private slots:
         rig_->window->Tab1->setCurrentIndex(1);
         auto controls = page_->findChildren<QWidget*>(QRegularExpression("^(Cmd|Txt|Lab|FG1|PP)"));
         controls.removeIf([](QWidget* c) { return !c->isVisible(); });
-        QCOMPARE(controls.size(), 19);
+        QCOMPARE(controls.size(), 22);  // with the monitor's interval, record button and count
         auto rectOf = [this](QWidget* c) { return QRect(c->mapTo(page_, QPoint()), c->size()); };
         for (QWidget* a : controls) {
             QVERIFY2(

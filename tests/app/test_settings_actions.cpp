@@ -66,7 +66,8 @@ void TestSettingsActions::openFillsThePagesAndTheirChecks() {
         }
     }
     QCOMPARE(menu, (QStringList{"Settings:", "Save settings...", "Open settings...", "",
-                                "Compare with charger", "", "Fast link", "Help:", "About ZUN"}));
+                                "Compare with charger", "", "Fast link", "Help:", "Line trace...",
+                                "About ZUN"}));
 
     // A file that cannot be read says so and leaves the pages alone.
     const QString before = win.get("Txt0(1)")->text();

@@ -109,6 +109,20 @@ void TestCliCheck::commandLine_data() {
         {"write", "f", "--pages", "any, general,stages", "--profile", "2", "--dry-run", "--model",
          "03120", "--port", "Com2", "--trace"},
         0, "write|f|general,stages,any|2|dry run|3120|Com2|trace||||");
+    row("monitor every 0 s", {"monitor", "--interval", "0"}, 2,
+        "--interval wants a whole number from 1 to 3600");
+    row("monitor every 3601 s", {"monitor", "--interval", "3601"}, 2,
+        "--interval wants a whole number from 1 to 3600");
+    row("monitor count 0", {"monitor", "--count", "0"}, 2,
+        "--count wants a whole number from 1 to");
+    row("wait not a number", {"identify", "--wait", "soon"}, 2, "--wait wants a whole number");
+    row("log does not count", {"log", "-o", "x.csv", "--count", "3"}, 2,
+        "log does not take --count");
+    row("chart does not wait", {"chart", "f", "-o", "x.png", "--wait", "3"}, 2,
+        "chart does not take --wait");
+    row("monitor recording",
+        {"monitor", "--interval", "2", "--count", "3", "-o", "m.csv", "--wait", "10"}, 0,
+        "monitor||general,protection,stages,next,any|0|||||m.csv|||");
     row("log with range", {"log", "-o", "x.csv", "--desc", "Test", "--from", "5", "--to", "8"}, 0,
         "log||general,protection,stages,next,any|0|||||x.csv|Test|5|8");
 }

@@ -120,7 +120,8 @@ void TestPackaging::completionFollowsTheHelp() {
     // Every option of the table and of the commands' synopses...
     for (const char* known :
          {"--port", "--device", "--only-given-ports", "--json", "--trace", "--version", "--help",
-          "--profile", "--pages", "--dry-run", "--model", "--desc", "--from", "--to", "--size"}) {
+          "--profile", "--pages", "--dry-run", "--model", "--desc", "--from", "--to", "--size",
+          "--interval", "--count", "--wait"}) {
         QVERIFY2(offered.contains(QLatin1String(known)), known);
     }
     // ...and nothing zunctl does not know.
@@ -131,8 +132,9 @@ void TestPackaging::completionFollowsTheHelp() {
         const QString err = QString::fromUtf8(p.readAllStandardError());
         QVERIFY2(!err.contains(QStringLiteral("Unknown option")), qPrintable(err));
     }
-    QCOMPARE(complete({QString()}), (QStringList{"chart", "identify", "live", "log", "ports",
-                                                 "runtime", "settings", "verify", "write"}));
+    QCOMPARE(complete({QString()}),
+             (QStringList{"chart", "identify", "live", "log", "monitor", "ports", "runtime",
+                          "settings", "verify", "write"}));
 }
 
 void TestPackaging::completion_data() {

@@ -114,6 +114,31 @@ private slots:
         host->stop();
         QVERIFY(!QFileInfo(link).isSymLink());
     }
+
+    // A pulled adapter plugged in again: a new device under the same link name, serving.
+    void vanishAndComeBack() {
+        QTemporaryDir dir;
+        const QString link = dir.filePath("ttyZUN0");
+        QVERIFY(host->createLink(link));
+        const QString first = host->devicePath();
+        port.reset();
+        host->vanish();
+        QVERIFY(!host->isRunning());
+        QVERIFY(!QFileInfo(link).isSymLink());
+        QVERIFY(!openPort(link));
+        QString error;
+        QVERIFY2(host->comeBack(&error), qPrintable(error));
+        QCOMPARE(QFileInfo(link).symLinkTarget(), host->devicePath());
+        auto again = openPort(link);
+        QVERIFY(again);
+        QCOMPARE(exchange(*again, "850350AA000D", 7), QString("8504600C26960D"));
+        // A second round works the same; the old device stays gone.
+        again.reset();
+        host->vanish();
+        QVERIFY(host->comeBack());
+        QVERIFY(QFileInfo(link).isSymLink());
+        QVERIFY(first != host->devicePath() || QFileInfo::exists(first));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestPtyHost)

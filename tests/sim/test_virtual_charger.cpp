@@ -279,6 +279,50 @@ private slots:
         }
     }
 
+    // Hours into a charge: what the live reply carries (hundredths), charger volts and amperes.
+    void chargeLiveFollowsTheStages_data() {
+        QTest::addColumn<double>("hours");
+        QTest::addColumn<int>("volts");  // charger volts, within 0.02 V of ripple
+        QTest::addColumn<int>("amps");   // charger amperes, within 0.2 A
+        row("bulk begins", 0.0, 1240, 1000);
+        row("bulk, an hour in", 1.0, 1283, 1000);
+        row("bulk ends at 14.4 V", 2.999, 1440, 1000);
+        row("absorption, half an hour in", 3.5, 1440, 494);
+        row("absorption ends", 5.99, 1440, 51);
+        row("float", 8.0, 1360, 30);
+        row("the next charge", 10.0, 1240, 1000);
+    }
+    void chargeLiveFollowsTheStages() {
+        QFETCH(double, hours);
+        QFETCH(int, volts);
+        QFETCH(int, amps);
+        const LiveValues v = VirtualCharger::ChargeLiveAt(hours * 3600.0);
+        QVERIFY2(qAbs(v[0] - volts) <= 2, qPrintable(QString::number(v[0])));
+        QVERIFY2(qAbs(v[1] - amps) <= 20, qPrintable(QString::number(v[1])));
+        // Batteries a little below the charger, sharing its current; channel 4 unused.
+        QVERIFY(qAbs(v[2] - (v[0] - 8)) <= 1);
+        QVERIFY(qAbs(v[3] - (v[0] - 12)) <= 1);
+        QVERIFY(qAbs(v[5] + v[6] - v[1]) <= 12);
+        QCOMPARE(v[4], qint16(0));
+        QCOMPARE(v[7], qint16(0));
+    }
+
+    // Switched on, the live reply moves with time; switched off, the fixed values return.
+    void movingLiveReply() {
+        VirtualCharger charger;
+        const QString fixed = ask(charger, "850358AA000D");
+        QCOMPARE(chars(fixed, 7, 10), QString("058C"));  // 14.20 V
+        charger.setMovingLive(3600.0 * 60);              // an hour a millisecond: bulk to float
+        const QString first = ask(charger, "850358AA000D");
+        QTest::qWait(20);
+        const QString later = ask(charger, "850358AA000D");
+        QVERIFY(first != later);
+        QVERIFY(checksumHolds(later));
+        QCOMPARE(later.size(), fixed.size());
+        charger.setMovingLive(0);
+        QCOMPARE(ask(charger, "850358AA000D"), fixed);
+    }
+
     void loopback() {
         VirtualCharger charger;
         charger.setLog(ChargeLog::Unwrapped(25));

@@ -1,0 +1,93 @@
+#include "app/line_trace_window.h"
+
+#include <QClipboard>
+#include <QDateTime>
+#include <QDir>
+#include <QFileDialog>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QMessageBox>
+#include <QSaveFile>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+namespace zun::app {
+
+LineTraceWindow::LineTraceWindow(const link::LineTrace& trace, QWidget* parent)
+    : QDialog(parent), trace_(trace) {
+    setObjectName(QStringLiteral("FrmLineTrace"));
+    setWindowTitle(QStringLiteral("Line trace"));
+    TxtTrace = new QPlainTextEdit;
+    TxtTrace->setObjectName(QStringLiteral("TxtTrace"));
+    TxtTrace->setReadOnly(true);
+    TxtTrace->setLineWrapMode(QPlainTextEdit::NoWrap);
+    TxtTrace->setFont(QFont(QStringLiteral("monospace")));
+    // Never more lines on screen than the trace keeps.
+    TxtTrace->setMaximumBlockCount(int(link::LineTrace::kCapacity) + 1);
+    CmdTraceCopy = new QPushButton(QStringLiteral("Copy"));
+    CmdTraceCopy->setObjectName(QStringLiteral("CmdTraceCopy"));
+    CmdTraceSave = new QPushButton(QStringLiteral("Save..."));
+    CmdTraceSave->setObjectName(QStringLiteral("CmdTraceSave"));
+    LabTrace = new QLabel;
+    LabTrace->setObjectName(QStringLiteral("LabTrace"));
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(LabTrace, 1);
+    buttons->addWidget(CmdTraceCopy);
+    buttons->addWidget(CmdTraceSave);
+    auto* v = new QVBoxLayout(this);
+    v->addWidget(TxtTrace, 1);
+    v->addLayout(buttons);
+    resize(640, 480);
+    connect(CmdTraceCopy, &QPushButton::clicked, this, &LineTraceWindow::CmdTraceCopy_Click);
+    connect(CmdTraceSave, &QPushButton::clicked, this, &LineTraceWindow::CmdTraceSave_Click);
+}
+
+void LineTraceWindow::showEvent(QShowEvent* event) {
+    refill();
+    QDialog::showEvent(event);
+}
+
+void LineTraceWindow::refill() {
+    TxtTrace->setPlainText(trace_.text().chopped(trace_.size() > 0 ? 1 : 0));
+    TxtTrace->verticalScrollBar()->setValue(TxtTrace->verticalScrollBar()->maximum());
+    LabTrace->setText(QStringLiteral("%1 frames").arg(trace_.size()));
+}
+
+void LineTraceWindow::frameAdded() {
+    if (!isVisible() || trace_.size() == 0) {
+        return;
+    }
+    TxtTrace->appendPlainText(link::TraceLine(trace_.at(trace_.size() - 1)));
+    LabTrace->setText(QStringLiteral("%1 frames").arg(trace_.size()));
+}
+
+void LineTraceWindow::CmdTraceCopy_Click() {
+    QGuiApplication::clipboard()->setText(trace_.text());
+}
+
+void LineTraceWindow::CmdTraceSave_Click() {
+    const QString proposed = QDir::home().filePath(
+        QStringLiteral("ZUN-Trace-%1.txt")
+            .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyMMdd-HHmmss"))));
+    const QString path = askSavePath ? askSavePath(proposed)
+                                     : QFileDialog::getSaveFileName(
+                                           this, QStringLiteral("Save line trace"), proposed,
+                                           QStringLiteral("Text (*.txt);;All files (*)"));
+    if (path.isEmpty()) {
+        return;
+    }
+    // Written beside and renamed: a failed save leaves an existing file as it was.
+    QSaveFile file(path);
+    const QByteArray bytes = trace_.text().toUtf8();
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        const QString why = QStringLiteral("The line trace was not saved to '%1': %2")
+                                .arg(QDir::toNativeSeparators(path), file.errorString());
+        if (tellError) {
+            tellError(why);
+        } else {
+            QMessageBox::warning(this, QString(), why);
+        }
+    }
+}
+
+}  // namespace zun::app

@@ -10,6 +10,8 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QMainWindow>
+#include <QProgressBar>
+#include <QPushButton>
 #include <QTabWidget>
 
 #include <functional>
@@ -65,6 +67,12 @@ public:
     QLabel* Label1 = nullptr;    // rating or warning
     QComboBox* CmbLang = nullptr;
     QAction* ActFastLink = nullptr;  // Settings menu: "Fast link", remembered
+    // In the status bar while the log transfer runs: how far it is, and the way out.
+    QProgressBar* PrgTransfer = nullptr;
+    QPushButton* CmdCancel = nullptr;
+
+    // The first size: 1024 x 768, or the screen's available area when that is smaller.
+    static QSize FirstSize(const QSize& available);
 
 signals:
     void loadFinished();
@@ -83,6 +91,8 @@ private:
     // the status bar (which exists only once there is something to say).
     void reportRefusals(const QVector<link::PortRefusal>& refusals);
     void showExchangeEnd(const link::ExchangeOutcome& outcome);
+    void buildTransferProgress();
+    void restoreWindowGeometry();
 
     StartOptions options_;
     WindowState state_;
@@ -95,6 +105,9 @@ private:
     GetDataPage* getData_ = nullptr;
     QString lastSettingsReply_;
     bool loaded_ = false;
+    bool cancelled_ = false;
+    // The last line or port trouble reported in the status bar.
+    QString diagnostic_;
 };
 
 }  // namespace zun::app

@@ -1,0 +1,199 @@
+// What the window tells the technician: why entries are red, how each write went, how far the
+// log download is and how to stop it.
+#include "test_get_data_support.h"
+#include "test_profile_support.h"
+
+#include "sim/loopback_exchange.h"
+
+#include <QMenu>
+#include <QStatusBar>
+#include <QTabBar>
+
+using namespace profile_test;
+
+namespace {
+
+struct Charger {
+    zun::sim::VirtualCharger charger;
+    explicit Charger(int wrongAck = 0) {
+        zun::sim::Faults f;
+        f.wrongAck = wrongAck != 0;
+        f.wrongAckCommand = static_cast<quint8>(wrongAck);
+        charger.setFaults(f);
+    }
+    std::unique_ptr<Window> window() {
+        return std::make_unique<Window>(QStringList{"charger"}, [this] {
+            return std::make_unique<zun::sim::LoopbackExchange>(charger);
+        });
+    }
+};
+
+const struct {
+    const char *tag, *settings, *control;
+    int page;  // Tab2 index of the page that shows it
+    int count;
+    const char *name, *reason, *fix;
+} kReasons[] = {
+    {"stage current above the 10 A rating", "Txt2(1)=20", "Txt2(1)", 2, 1, "Stage 1 current",
+     "between 2 A and 10 A, the charger's rating (now 20 A)", "Txt2(1)=5"},
+    {"total time above 24 h", "Txt1(4)=30", "Txt1(4)", 1, 1, "Maximum total charging time",
+     "between 4 h and 24 h (now 30 h)", "Txt1(4)=24"},
+    {"stage times no longer fit", "Txt1(4)=11", "Txt3(5)", 3, 2, "Stage 1 time",
+     "add up to 720 min, more than the 660 min of the maximum total charging time", "Txt1(4)=24"},
+    {"and with or on one transition", "Cmb3Type(4)=1 Txt3(4)=2", "Cmb3Type(0)", 3, 3,
+     "Stage 1 condition type 1", "\"and\" and \"or\" are mixed", "Cmb3Type(4)=2"},
+};
+
+const struct {
+    const char* tag;
+    int failing;  // the write command whose acknowledgement is wrong
+    const char *button, *message, *status;
+    const char* progress;  // the pages the status line announced, '|'-separated
+} kOutcomes[] = {
+    {"page acknowledged", 0, "CmdOK1", "",
+     "Protection setting written and acknowledged by the charger.", ""},
+    {"page refused", 0x52, "CmdOK1", "",
+     "Protection setting refused: the charger did not acknowledge it after every try.", ""},
+    {"write-all acknowledged", 0, "CmdOK", "OK !", "Write all pages: 4 pages written.",
+     "Protection setting (page 1 of 4)|Charge Stage (page 2 of 4)|"
+     "Next Stage Condition (page 3 of 4)|Any Stage Condition (page 4 of 4)"},
+    {"write-all stopped at the first page", 0x52, "CmdOK", "Fail !",
+     "Write all pages failed: Protection setting was refused: the charger did not acknowledge "
+     "it. Not written: Charge Stage, Next Stage Condition, Any Stage Condition.",
+     "Protection setting (page 1 of 4)"},
+    {"write-all stopped at the next-stage page", 0x54, "CmdOK", "Fail !",
+     "Write all pages failed: Next Stage Condition was refused: the charger did not acknowledge "
+     "it. Not written: Any Stage Condition.",
+     "Protection setting (page 1 of 4)|Charge Stage (page 2 of 4)|"
+     "Next Stage Condition (page 3 of 4)"},
+};
+
+}  // namespace
+
+class TestWindowFeedback : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void redEntriesSayWhy_data() { AddRows(kReasons); }
+
+    void redEntriesSayWhy() {
+        QFETCH(int, row);
+        const auto& r = kReasons[row];
+        Window win;
+        QVERIFY(win.activate());
+        auto* editor = win.editor();
+        QWidget* control = win.find(r.control);
+        QVERIFY(control != nullptr);
+        const QString ownTip = control->toolTip();
+        const QString cmdOkTip = editor->CmdOK->toolTip();
+        QVERIFY(editor->CmdOK->isEnabled());
+        QVERIFY(!editor->CmdToFix->isVisibleTo(editor));
+
+        Apply(win, r.settings);
+
+        // The field says which rule it broke and its limits.
+        QVERIFY2(control->toolTip().startsWith(QString(r.name) + ": "),
+                 qPrintable(control->toolTip()));
+        QVERIFY2(control->toolTip().contains(r.reason), qPrintable(control->toolTip()));
+        // Only the page holding it is marked, whatever page is shown.
+        editor->Tab2->setCurrentIndex(0);
+        for (int i = 0; i < editor->Tab2->count(); ++i) {
+            QCOMPARE(editor->Tab2->tabIcon(i).isNull(), i != r.page);
+        }
+        // The grey write-all button explains itself; the entries to fix are listed.
+        QVERIFY(!editor->CmdOK->isEnabled());
+        QVERIFY2(editor->CmdOK->toolTip().contains(r.name), qPrintable(editor->CmdOK->toolTip()));
+        QVERIFY(editor->CmdToFix->isVisibleTo(editor));
+        const QList<QAction*> entries = editor->CmdToFix->menu()->actions();
+        QStringList listed;
+        for (const QAction* a : entries) {
+            listed << a->text();
+        }
+        QVERIFY2(entries.size() == r.count, qPrintable(listed.join('\n')));
+        QCOMPARE(editor->CmdToFix->text(), r.count == 1
+                                               ? QString("1 entry to fix")
+                                               : QString("%1 entries to fix").arg(r.count));
+        QVERIFY2(entries.first()->text().contains(r.reason), qPrintable(entries.first()->text()));
+
+        // Choosing the entry brings up its page and its field.
+        entries.first()->trigger();
+        QCOMPARE(editor->Tab2->currentIndex(), r.page);
+        QTRY_COMPARE(QApplication::focusWidget(), control);
+
+        // Put right, everything is as before.
+        win.editor()->CmbPN->setFocus();
+        Apply(win, r.fix);
+        QVERIFY(editor->CmdOK->isEnabled());
+        QCOMPARE(editor->CmdOK->toolTip(), cmdOkTip);
+        QVERIFY(!editor->CmdToFix->isVisibleTo(editor));
+        for (int i = 0; i < editor->Tab2->count(); ++i) {
+            QVERIFY(editor->Tab2->tabIcon(i).isNull());
+        }
+        QCOMPARE(control->toolTip(), ownTip);
+    }
+
+    void writesReportTheirOutcome_data() { AddRows(kOutcomes); }
+
+    void writesReportTheirOutcome() {
+        QFETCH(int, row);
+        const auto& r = kOutcomes[row];
+        Charger c(r.failing);
+        const auto window = c.window();
+        Window& win = *window;
+        QStringList progress;
+        connect(win.w->statusBar(), &QStatusBar::messageChanged, this,
+                [&progress](const QString& text) {
+                    if (text.startsWith("Write all pages: writing ")) {
+                        progress << text.mid(25).remove(" ...");
+                    }
+                });
+        win.find<QPushButton>(r.button)->click();
+
+        QCOMPARE(win.w->statusBar()->currentMessage(), QString(r.status));
+        QCOMPARE(progress.join('|'), QString(r.progress));
+        // The boxes keep their words; the detail names the pages.
+        QCOMPARE(win.messages.join('|'), QString(r.message));
+        if (r.message[0] != 0) {
+            QCOMPARE(win.editor()->lastMessageDetail(), QString(r.status));
+        }
+    }
+
+    void logDownloadCancels() {
+        getdata_test::Rig rig(zun::sim::ChargeLog::Unwrapped(200));
+        auto* bar = rig.window->findChild<QProgressBar*>("PrgTransfer");
+        auto* cancel = rig.window->findChild<QPushButton*>("CmdCancel");
+        QVERIFY(bar != nullptr && cancel != nullptr);
+        QVERIFY(!bar->isVisibleTo(rig.window.get()));
+        int shownWhileRunning = 0;
+        int highest = 0;
+        auto watch = std::make_unique<QObject>();
+        connect(&rig.page->logTable(), &QAbstractItemModel::rowsInserted, watch.get(), [&] {
+            shownWhileRunning +=
+                bar->isVisibleTo(rig.window.get()) && cancel->isVisibleTo(rig.window.get());
+            highest = std::max(highest, bar->value());
+            if (rig.page->logTable().recordCount() == 30) {
+                cancel->click();
+            }
+        });
+        rig.page->CmdGetOK[2]->click();
+
+        const int kept = rig.page->logTable().recordCount();
+        QVERIFY2(kept >= 30 && kept < 200, qPrintable(QString::number(kept)));
+        QCOMPARE(shownWhileRunning, kept);
+        QVERIFY2(highest > 0 && highest < 100, qPrintable(QString::number(highest)));
+        QVERIFY(!bar->isVisibleTo(rig.window.get()));
+        QCOMPARE(rig.window->statusBar()->currentMessage(),
+                 QString("Log download cancelled: the %1 records read so far are kept.").arg(kept));
+
+        // The next download runs to its end.
+        watch.reset();
+        rig.page->CmdGetOK[2]->click();
+        QCOMPARE(rig.page->logTable().recordCount(), 200);
+        QCOMPARE(rig.window->statusBar()->currentMessage(),
+                 QString("Log download ended: 200 records read."));
+    }
+};
+
+QTEST_MAIN(TestWindowFeedback)
+#include "test_window_feedback.moc"

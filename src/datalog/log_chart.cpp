@@ -325,7 +325,7 @@ private:
             const char* name;
         } entries[] = {{-42, kVoltageColour, "Voltage"},
                        {-17, kCurrentColour, "Current"},
-                       {8, kChargeColour, "AH"}};
+                       {8, kChargeColour, "Ah"}};
         for (const auto& e : entries) {
             painter_.setPen(linePen(e.colour, lw));
             painter_.drawLine(QPointF(map_.x(f_.right + e.at), map_.y(ly)),
@@ -337,10 +337,16 @@ private:
     // Description and time stamp under the time axis, clear of the legend.
     void description(const TextWriter& text) {
         const double room = std::max(0.0, (f_.right - 44.0) - f_.left) * map_.ux;
-        const QString desc = text.metrics().elidedText(QStringLiteral("Desc: ") + data_.description,
-                                                       Qt::ElideRight, room);
+        // The caption ("Desc:", "Time:") always shows; only what follows it is shortened.
+        const auto fit = [&](const QString& whole) {
+            const int colon = whole.indexOf(QLatin1String(": "));
+            const QString head = colon < 0 ? QString() : whole.left(colon + 2);
+            const double left = std::max(0.0, room - text.metrics().horizontalAdvance(head));
+            return head + text.metrics().elidedText(whole.mid(head.size()), Qt::ElideRight, left);
+        };
+        const QString desc = fit(QStringLiteral("Desc: ") + data_.description);
         text.at(f_.left, f_.bottom + 9.0, desc, 0xFF000000);
-        const QString stamp = text.metrics().elidedText(data_.labTime, Qt::ElideRight, room);
+        const QString stamp = fit(data_.labTime);
         text.at(f_.left, f_.bottom + 9.0 + text.height(), stamp, 0xFF000000);
     }
 

@@ -68,6 +68,19 @@ const struct {
      "Next Stage Condition (page 3 of 4)"},
 };
 
+const struct {
+    const char *tag, *from, *to;
+    int first, last;  // the records charted
+    bool red;
+} kRanges[] = {
+    {"whole log", "1", "40", 1, 40, false},
+    {"ten to twenty", "10", "20", 10, 20, false},
+    {"single record", "7", "7", 7, 7, false},
+    {"from after to", "20", "10", 1, 40, true},
+    {"beyond the log", "10", "41", 1, 40, true},
+    {"letters read as record 1", "x", "20", 1, 20, false},
+};
+
 }  // namespace
 
 class TestWindowFeedback : public QObject {
@@ -157,6 +170,43 @@ private slots:
         if (r.message[0] != 0) {
             QCOMPARE(win.editor()->lastMessageDetail(), QString(r.status));
         }
+    }
+
+    void chartFollowsTheRange_data() { AddRows(kRanges); }
+
+    void chartFollowsTheRange() {
+        QFETCH(int, row);
+        const auto& r = kRanges[row];
+        getdata_test::Rig rig(zun::sim::ChargeLog::Unwrapped(40), getdata_test::Line::InProcess);
+        auto* page = rig.page;
+        rig.window->Tab1->setCurrentIndex(1);
+        rig.window->show();
+        QApplication::setActiveWindow(rig.window.get());
+        QVERIFY(QTest::qWaitForWindowActive(rig.window.get()));
+        page->CmdGetOK[2]->click();
+        QCOMPARE(page->chartTable().recordCount(), 40);
+
+        // A click into a range box selects its number: typing replaces it.
+        QTest::mouseClick(page->TxtRow[0], Qt::LeftButton);
+        QTRY_VERIFY(page->TxtRow[0]->hasSelectedText());
+        QTest::keyClicks(page->TxtRow[0], r.from);
+        QCOMPARE(page->TxtRow[0]->text(), QString(r.from));
+        QTest::mouseClick(page->TxtRow[1], Qt::LeftButton);
+        QTRY_VERIFY(page->TxtRow[1]->hasSelectedText());
+        QTest::keyClicks(page->TxtRow[1], r.to);
+        page->FG1->setFocus(Qt::MouseFocusReason);
+
+        const auto& charted = page->chartTable();
+        QCOMPARE(charted.recordCount(), r.last - r.first + 1);
+        QCOMPARE(charted.rows().front().front().toInt(), r.first);
+        QCOMPARE(charted.rows().back().front().toInt(), r.last);
+        for (QLineEdit* box : page->TxtRow) {
+            const bool red = box->palette().color(QPalette::Text) == QColor(255, 0, 0);
+            QCOMPARE(red, r.red);
+        }
+        // Tab leaves the table at once.
+        QTest::keyClick(page->FG1, Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), page->TxtRow[0]);
     }
 
     void logDownloadCancels() {

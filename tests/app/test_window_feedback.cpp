@@ -8,6 +8,7 @@
 #include <QMenu>
 #include <QStatusBar>
 #include <QTabBar>
+#include <QTemporaryDir>
 
 using namespace profile_test;
 
@@ -81,6 +82,15 @@ const struct {
     {"letters read as record 1", "x", "20", 1, 20, false},
 };
 
+const struct {
+    const char *tag, *settings, *box, *typed, *detail;
+} kTotalTimes[] = {
+    {"next-stage times over 24 h", "Txt1(4)=24", "Txt3(5)", "1500",
+     "min; the maximum total charging time allows 1440 min (24 h)."},
+    {"any-stage time over 4 h", "Cmb4Type(5)=2 Txt4(5)=1 Txt1(4)=4", "Txt4(5)", "2000",
+     "min; the maximum total charging time allows 240 min (4 h)."},
+};
+
 }  // namespace
 
 class TestWindowFeedback : public QObject {
@@ -144,6 +154,48 @@ private slots:
             QVERIFY(editor->Tab2->tabIcon(i).isNull());
         }
         QCOMPARE(control->toolTip(), ownTip);
+    }
+
+    void totalTimeNamesSumAndLimit_data() { AddRows(kTotalTimes); }
+
+    void totalTimeNamesSumAndLimit() {
+        QFETCH(int, row);
+        const auto& r = kTotalTimes[row];
+        Window win;
+        QVERIFY(win.activate());
+        Apply(win, r.settings);
+        QLineEdit* b = win.box(r.box);
+        win.showPageOf(b);
+        QTest::mouseClick(b, Qt::LeftButton);
+        QTRY_COMPARE(b->selectedText(), b->text());
+        QTest::keyClicks(b, r.typed);
+        win.editor()->CmbPN->setFocus(Qt::TabFocusReason);
+        QCOMPARE(win.messages, QStringList{"Total time exceed protection time!"});
+        const QString detail = win.editor()->lastMessageDetail();
+        QVERIFY2(detail.startsWith("The stage times add up to ") && detail.endsWith(r.detail),
+                 qPrintable(detail));
+        // The sum is more than the limit it is compared with.
+        const double sum = detail.section(' ', 6, 6).toDouble();
+        const double limit = detail.section("allows ", 1).section(' ', 0, 0).toDouble();
+        QVERIFY2(sum > limit, qPrintable(detail));
+    }
+
+    void fileTypeErrorNamesTheFile() {
+        getdata_test::Rig rig(zun::sim::ChargeLog::Unwrapped(3), getdata_test::Line::InProcess);
+        QTemporaryDir dir;
+        const QString path = dir.filePath("notes.csv");
+        QFile f(path);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write("just some notes\r\n");
+        f.close();
+        QStringList shown;
+        rig.page->dialogs.openLogName = [&](const QString&) { return path; };
+        rig.page->dialogs.information = [&](const QString& t) { shown << t; };
+        rig.page->CmdGetOpen->click();
+        QCOMPARE(shown, QStringList{"File Type Error!"});
+        QVERIFY2(rig.page->lastMessageDetail().contains(QDir::toNativeSeparators(path)),
+                 qPrintable(rig.page->lastMessageDetail()));
+        QVERIFY(rig.page->lastMessageDetail().contains("ZUN-Log"));
     }
 
     void writesReportTheirOutcome_data() { AddRows(kOutcomes); }

@@ -116,6 +116,7 @@ void FrmMain::buildUi() {
     // Settings files of the current profile and the compare with the charger's stored copy.
     auto* settingsActions = new SettingsActions(this);
     QMenu* settingsMenu = menuBar()->addMenu(tr("&Settings"));
+    settingsMenu->setObjectName(QStringLiteral("MnuSettings"));
     settingsActions->AddTo(settingsMenu);
     // Opt-in: ends each exchange at its complete, sound reply; the frames sent stay the same.
     settingsMenu->addSeparator();
@@ -128,7 +129,9 @@ void FrmMain::buildUi() {
         session_->setFastMode(on);
         QSettings().setValue(kFastLinkKey, on);
     });
-    QAction* about = menuBar()->addMenu(tr("&Help"))->addAction(tr("&About ZUN"));
+    QMenu* helpMenu = menuBar()->addMenu(tr("&Help"));
+    helpMenu->setObjectName(QStringLiteral("MnuHelp"));
+    QAction* about = helpMenu->addAction(tr("&About ZUN"));
     about->setObjectName("ActAbout");
     connect(about, &QAction::triggered, this,
             [this] { QMessageBox::about(this, tr("About ZUN"), AboutText()); });

@@ -8,6 +8,7 @@
 #include "sim/virtual_charger.h"
 
 #include <QAbstractButton>
+#include <QMenu>
 #include <QSerialPort>
 #include <QStatusBar>
 #include <QTemporaryDir>
@@ -64,6 +65,13 @@ QString captionOf(app::FrmMain& w, const QString& key) {
         return tabs ? tabs->tabText(target->tab) : QStringLiteral("<missing>");
     }
     QWidget* c = w.findChild<QWidget*>(target->control);
+    if (c == nullptr) {
+        auto* a = w.findChild<QAction*>(target->control);
+        return a ? a->text() : QStringLiteral("<missing>");
+    }
+    if (auto* m = qobject_cast<QMenu*>(c)) {
+        return m->title();
+    }
     if (auto* l = qobject_cast<QLabel*>(c)) {
         return l->text();
     }
@@ -252,6 +260,15 @@ void TestStartup::languageChoiceAppliesAndIsRemembered() {
         QCOMPARE(captionOf(*w, "010000"), QStringLiteral("Ladeprofil"));
         QCOMPARE(captionOf(*w, "011000"), QStringLiteral("Allgemeine Einstellungen"));
         QCOMPARE(captionOf(*w, "020001"), QStringLiteral("Gesamtlaufzeit"));
+        // The program's own captions follow: write buttons, every red note, menus, outputs.
+        QCOMPARE(captionOf(*w, "900000"), QStringLiteral("&Alle Seiten schreiben"));
+        QCOMPARE(captionOf(*w, "900003"), QStringLiteral("Seite &schreiben"));
+        for (const char* note : {"900010", "900011", "900012", "900013"}) {
+            QCOMPARE(captionOf(*w, note), captionOf(*w, "011302"));
+        }
+        QCOMPARE(captionOf(*w, "900100"), QStringLiteral("&Einstellungen"));
+        QCOMPARE(captionOf(*w, "900111"), QStringLiteral("&\u00DCber ZUN"));
+        QCOMPARE(captionOf(*w, "900203"), QStringLiteral("&Abbrechen"));
     }
     auto again = startWindow({}, dir.path());
     QCOMPARE(again->CmbLang->currentText(), QStringLiteral("Deutsch"));

@@ -80,6 +80,15 @@ inline constexpr EnglishCaption kEnglishCaptions[] = {
     {"900201", "Export P&DF"},
     {"900202", "Export P&NG"},
     {"900203", "&Cancel"},
+    {"900300", "Temperature compensation coefficient of battery :"},
+    {"900301", "Reference temperature for voltage :"},
+    {"900302", "Battery temperature derating :"},
+    {"900303", "Reference temperature for starting derating current :"},
+    {"900310", "Amount of charge above :"},
+    {"900311", "N stage :"},
+    {"900320", "Jump to stage"},
+    {"900330", "from"},
+    {"900331", "to"},
 };
 
 // The English caption of a key; a null QString for a key that has none.

@@ -75,9 +75,7 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
     for (int slot = 0; slot < kSlotCount; ++slot) {
         RowLabel[slot] = MakeLabel(QString::fromUtf8(kRowCaptions[slot]),
                                    QStringLiteral("Label3(%1)").arg(rowBase + slot));
-        RowLabel[slot]->setWordWrap(true);
-        RowLabel[slot]->setMinimumWidth(200);
-        RowLabel[slot]->setMaximumWidth(260);
+        // The column is as wide as its longest caption, in whatever language.
         grid->addWidget(RowLabel[slot], slot + 1, 0);
     }
     if (!next) {

@@ -89,13 +89,20 @@ inline constexpr EnglishCaption kEnglishCaptions[] = {
     {"900320", "Jump to stage"},
     {"900330", "from"},
     {"900331", "to"},
+    {"900340", "Voltage rise in 5 Min. below (A)"},
+    {"900341", "Temperature rise above (\u00B0C)"},
+    {"900342", "Amount of charge in this section above (AH)"},
+    {"900343", "Charge in this section percent of nominal bat capacity (%)"},
+    {"900344", "Temperature above (C)"},
+    {"900345", "Temperature rise above (\u00B0C)"},
+    {"900346", "Amount of charge in this section above (AH)"},
 };
 
 // The English caption of a key; a null QString for a key that has none.
 inline QString englishCaptionOf(QStringView key) {
     for (const EnglishCaption& c : kEnglishCaptions) {
         if (key == QLatin1String(c.key)) {
-            return QString::fromLatin1(c.text);
+            return QString::fromUtf8(c.text);
         }
     }
     return QString();

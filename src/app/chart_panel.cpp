@@ -117,7 +117,8 @@ void ChartPanel::CmdExportPdf_Click() {
 void ChartPanel::CmdExportPng_Click() {
     exportChart(QStringLiteral("png"), QStringLiteral("PNG (*.png)"),
                 [](const datalog::ChartData& data, const QString& path) {
-                    return datalog::SaveChartPng(data, exportImageSize(), path);
+                    return datalog::SaveChartPng(data, exportImageSize(), path,
+                                                 ExportDpi(exportImageSize()));
                 });
 }
 

@@ -261,6 +261,30 @@ private slots:
         QCOMPARE(QApplication::focusWidget(), page->TxtRow[0]);
     }
 
+    // The 1920 x 1080 picture reads like the chart on screen scaled up: thicker curves.
+    void pngExportScalesLines() {
+        getdata_test::Rig rig(zun::sim::ChargeLog::Unwrapped(40), getdata_test::Line::InProcess);
+        rig.page->CmdGetOK[2]->click();
+        QTemporaryDir dir;
+        const QString path = dir.filePath("chart.png");
+        rig.page->dialogs.exportName = [&](const QString&, const QString&) { return path; };
+        rig.page->CmdExportPng->click();
+        QImage image(path);
+        QCOMPARE(image.size(), QSize(1920, 1080));
+        QCOMPARE(qRound(image.dotsPerMeterX() * 0.0254), 192);
+        // The voltage curve where it crosses the middle of the picture, in pixels.
+        int thickest = 0;
+        for (int x = 900; x < 1020; ++x) {
+            int run = 0;
+            for (int y = 0; y < image.height(); ++y) {
+                const QColor c = image.pixelColor(x, y);
+                run = c.blue() > 200 && c.red() < 90 && c.green() < 90 ? run + 1 : 0;
+                thickest = std::max(thickest, run);
+            }
+        }
+        QVERIFY2(thickest >= 2, qPrintable(QString::number(thickest)));
+    }
+
     void logDownloadCancels() {
         getdata_test::Rig rig(zun::sim::ChargeLog::Unwrapped(200));
         auto* bar = rig.window->findChild<QProgressBar*>("PrgTransfer");

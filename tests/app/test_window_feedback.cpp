@@ -6,6 +6,7 @@
 #include "sim/loopback_exchange.h"
 
 #include <QMenu>
+#include <QSettings>
 #include <QStatusBar>
 #include <QTabBar>
 #include <QTemporaryDir>
@@ -283,6 +284,38 @@ private slots:
             }
         }
         QVERIFY2(thickest >= 2, qPrintable(QString::number(thickest)));
+    }
+
+    // The start-up search names each port it probes; the window comes back at its last size.
+    void startUpSaysWhereItSearchesAndKeepsItsSize() {
+        QSettings().remove("window/geometry");
+        zun::sim::VirtualCharger charger;
+        zun::app::StartOptions options;
+        options.devices = {"first", "second"};
+        options.systemDevices = false;
+        // Every device reaches the charger: the search stops at the first.
+        options.exchange = [&] { return std::make_unique<zun::sim::LoopbackExchange>(charger); };
+        QStringList said;
+        QSize kept;
+        {
+            zun::app::FrmMain w(options);
+            connect(w.statusBar(), &QStatusBar::messageChanged, this,
+                    [&](const QString& t) { said << t; });
+            w.Form_Load();
+            QVERIFY2(!said.isEmpty() &&
+                         said.first().startsWith("Searching for the charger on Com1 (first)"),
+                     qPrintable(said.join('|')));
+            QVERIFY(!said.join('|').contains("Com2"));
+            QCOMPARE(w.statusBar()->currentMessage(), QString("Charger found on Com1 (first)."));
+            QVERIFY(w.width() <= 1024 && w.height() <= 768);
+            w.show();
+            w.resize(w.width() + 37, w.height() + 23);
+            kept = w.size();
+            QVERIFY(w.close());
+        }
+        zun::app::FrmMain again(options);
+        QCOMPARE(again.size(), kept);
+        QSettings().remove("window/geometry");
     }
 
     void logDownloadCancels() {

@@ -318,6 +318,32 @@ private slots:
         QSettings().remove("window/geometry");
     }
 
+    // A click on another write button while a write runs is held off, and the window says so.
+    void heldOffClickIsNamed() {
+        Charger c;
+        const auto window = c.window();
+        Window& win = *window;
+        QStringList said;
+        connect(win.w->statusBar(), &QStatusBar::messageChanged, this,
+                [&](const QString& t) { said << t; });
+        int clicks = 0;
+        auto* other = win.find<QPushButton>("CmdOK2");
+        connect(other, &QPushButton::clicked, this, [&] { ++clicks; });
+        QObject once;
+        connect(&win.w->session(), &zun::session::ChargerSession::pageWritten, &once,
+                [&] { QTest::mouseClick(other, Qt::LeftButton); });
+        win.find<QPushButton>("CmdOK1")->click();
+        QCOMPARE(clicks, 0);
+        QVERIFY2(said.filter("Busy: the charger is still answering").size() == 1,
+                 qPrintable(said.join('|')));
+        // Once idle, the same click goes through and says nothing of being busy.
+        said.clear();
+        QObject::disconnect(&win.w->session(), nullptr, &once, nullptr);
+        QTest::mouseClick(other, Qt::LeftButton);
+        QCOMPARE(clicks, 1);
+        QVERIFY2(said.filter("Busy").isEmpty(), qPrintable(said.join('|')));
+    }
+
     void logDownloadCancels() {
         getdata_test::Rig rig(zun::sim::ChargeLog::Unwrapped(200));
         auto* bar = rig.window->findChild<QProgressBar*>("PrgTransfer");

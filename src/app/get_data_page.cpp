@@ -29,6 +29,7 @@
 #include <QPrintDialog>
 #include <QPrinter>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -67,9 +68,20 @@ QString trimBlanks(const QString& text) {
     return text.mid(from, to - from);
 }
 
-// A button's shortcut, named in its tooltip.
-void withShortcut(QAbstractButton* b, const QKeySequence& keys) {
-    b->setShortcut(keys);
+// A button's shortcut, named in its tooltip. A shortcut object of its own, because the
+// language files set the caption and a button's caption replaces its shortcut; held off, like
+// a click, while an exchange runs.
+void withShortcut(QAbstractButton* b, const QKeySequence& keys, BusyGuard* busy) {
+    auto* shortcut = new QShortcut(keys, b);
+    QObject::connect(shortcut, &QShortcut::activated, b, [b, busy] {
+        if (busy != nullptr && busy->busy()) {
+            emit busy->heldOff();
+            return;
+        }
+        if (b->isEnabled() && b->isVisible()) {
+            b->click();
+        }
+    });
     const QString named = keys.toString(QKeySequence::NativeText);
     b->setToolTip(b->toolTip().isEmpty() ? named
                                          : QStringLiteral("%1 (%2)").arg(b->toolTip(), named));
@@ -124,9 +136,9 @@ void GetDataPage::buildReadings(const QFontMetrics& fm) {
     CmdGetOK[0] = MakeButton(QStringLiteral("CmdGetOK(0)"), QStringLiteral("Total Run Time"));
     CmdGetOK[1] = MakeButton(QStringLiteral("CmdGetOK(1)"), QStringLiteral("Charger V I"));
     CmdGetOK[2] = MakeButton(QStringLiteral("CmdGetOK(2)"), QStringLiteral("Data Log"));
-    withShortcut(CmdGetOK[0], QKeySequence(Qt::Key_F5));
-    withShortcut(CmdGetOK[1], QKeySequence(Qt::Key_F6));
-    withShortcut(CmdGetOK[2], QKeySequence(Qt::Key_F7));
+    withShortcut(CmdGetOK[0], QKeySequence(Qt::Key_F5), state_.busy);
+    withShortcut(CmdGetOK[1], QKeySequence(Qt::Key_F6), state_.busy);
+    withShortcut(CmdGetOK[2], QKeySequence(Qt::Key_F7), state_.busy);
     for (int i = 0; i < 3; ++i) {
         BusyGuard::MarkExchangeStarter(CmdGetOK[i]);
         connect(CmdGetOK[i], &QPushButton::clicked, this, [this, i] { CmdGetOK_Click(i); });
@@ -205,8 +217,8 @@ void GetDataPage::buildFileButtons() {
     CmdGetOpen = MakeButton(QStringLiteral("CmdGetOpen"), QStringLiteral("Open"));
     CmdGetSave->setEnabled(false);
     // The captions come from the language files: shortcuts rather than mnemonics.
-    withShortcut(CmdGetSave, QKeySequence::Save);
-    withShortcut(CmdGetOpen, QKeySequence::Open);
+    withShortcut(CmdGetSave, QKeySequence::Save, state_.busy);
+    withShortcut(CmdGetOpen, QKeySequence::Open, state_.busy);
     connect(CmdGetSave, &QPushButton::clicked, this, [this] { CmdGetSave_Click(); });
     connect(CmdGetOpen, &QPushButton::clicked, this, [this] { CmdGetOpen_Click(); });
 }
@@ -217,9 +229,9 @@ void GetDataPage::buildChart() {
     PB = new ChartPanel(source, dialogs, lastFolder_);
     PP = PB->PP;
     CmdPrint = PB->CmdPrint;
-    withShortcut(PB->CmdPrint, QKeySequence::Print);
-    withShortcut(PB->CmdExportPdf, QKeySequence(Qt::CTRL | Qt::Key_E));
-    withShortcut(PB->CmdExportPng, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E));
+    withShortcut(PB->CmdPrint, QKeySequence::Print, state_.busy);
+    withShortcut(PB->CmdExportPdf, QKeySequence(Qt::CTRL | Qt::Key_E), state_.busy);
+    withShortcut(PB->CmdExportPng, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E), state_.busy);
     CmdExportPdf = PB->CmdExportPdf;
     CmdExportPng = PB->CmdExportPng;
 }

@@ -3,6 +3,7 @@
 #include "test_get_data_support.h"
 #include "test_profile_support.h"
 
+#include "app/language_applier.h"
 #include "sim/loopback_exchange.h"
 
 #include <QMenu>
@@ -342,6 +343,24 @@ private slots:
         QTest::mouseClick(other, Qt::LeftButton);
         QCOMPARE(clicks, 1);
         QVERIFY2(said.filter("Busy").isEmpty(), qPrintable(said.join('|')));
+    }
+
+    // The readings' keys keep working once a language file has set the buttons' captions.
+    void readingKeysSurviveALanguage() {
+        getdata_test::Rig rig(zun::sim::ChargeLog::Unwrapped(3), getdata_test::Line::InProcess);
+        zun::app::ApplyLanguage(rig.window.get(),
+                                {{"020001", {"CmdGetOK(0)", -1}, "Gesamtlaufzeit"},
+                                 {"020003", {"CmdGetOK(2)", -1}, "Datenprotokoll"}});
+        QCOMPARE(rig.page->CmdGetOK[0]->text(), QString("Gesamtlaufzeit"));
+        rig.window->Tab1->setCurrentIndex(1);
+        rig.window->show();
+        QApplication::setActiveWindow(rig.window.get());
+        QVERIFY(QTest::qWaitForWindowActive(rig.window.get()));
+        rig.charger.clearRequests();
+        QTest::keyClick(rig.window.get(), Qt::Key_F5);
+        QCOMPARE(rig.charger.requests().size(), 1);
+        QTest::keyClick(rig.window.get(), Qt::Key_F7);
+        QCOMPARE(rig.page->logTable().recordCount(), 3);
     }
 
     void logDownloadCancels() {

@@ -86,6 +86,8 @@ QString captionOf(app::FrmMain& w, const QString& key) {
 class TestStartup : public QObject {
     Q_OBJECT
 private slots:
+    // Closing a window remembers its size: into a test folder, not the user's settings.
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void findsTheChargerOnTheThirdPort();
     void anotherRunTimeIsPassedOverAndTheLastPortChosen();
     void noPortsMeansNothingSelected();

@@ -62,6 +62,9 @@ bool BusyGuard::eventFilter(QObject* watched, QEvent* event) {
     // The starter itself or anything inside it (a combo box's popup view belongs to it).
     for (QObject* o = watched; o != nullptr; o = o->parent()) {
         if (o->property(kStarterProperty).toBool()) {
+            if (event->type() == QEvent::MouseButtonPress || event->type() == QEvent::KeyPress) {
+                emit heldOff();
+            }
             return true;
         }
     }

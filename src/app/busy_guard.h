@@ -26,6 +26,10 @@ public:
     // Runs once the outermost exchange has ended (e.g. a close requested meanwhile).
     void whenIdle(std::function<void()> fn);
 
+signals:
+    // A click or key on an exchange starter was held off while an exchange ran.
+    void heldOff();
+
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 

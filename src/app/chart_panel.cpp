@@ -23,9 +23,9 @@ ChartPanel::ChartPanel(Source source, LogDialogs& dialogs, QString& lastFolder, 
     setObjectName(QStringLiteral("PB"));
     PP = new LogChartView(source_.table, source_.chargeAh);
     PP->setObjectName(QStringLiteral("PP"));
-    CmdPrint = MakeButton(QStringLiteral("CmdPrint"), QStringLiteral("Print"));
-    CmdExportPdf = MakeButton(QStringLiteral("CmdExportPdf"), QStringLiteral("Export PDF"));
-    CmdExportPng = MakeButton(QStringLiteral("CmdExportPng"), QStringLiteral("Export PNG"));
+    CmdPrint = MakeButton(QStringLiteral("CmdPrint"), QStringLiteral("&Print"));
+    CmdExportPdf = MakeButton(QStringLiteral("CmdExportPdf"), QStringLiteral("Export P&DF"));
+    CmdExportPng = MakeButton(QStringLiteral("CmdExportPng"), QStringLiteral("Export P&NG"));
     setButtons(false);
     connect(CmdPrint, &QPushButton::clicked, this, [this] { CmdPrint_Click(); });
     connect(CmdExportPdf, &QPushButton::clicked, this, [this] { CmdExportPdf_Click(); });
@@ -117,7 +117,8 @@ void ChartPanel::CmdExportPdf_Click() {
 void ChartPanel::CmdExportPng_Click() {
     exportChart(QStringLiteral("png"), QStringLiteral("PNG (*.png)"),
                 [](const datalog::ChartData& data, const QString& path) {
-                    return datalog::SaveChartPng(data, exportImageSize(), path);
+                    return datalog::SaveChartPng(data, exportImageSize(), path,
+                                                 ExportDpi(exportImageSize()));
                 });
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+
 #include "app/log_dialogs.h"
 #include "datalog/log_chart.h"
 #include "datalog/log_table_model.h"
@@ -39,6 +41,9 @@ public:
 
     // The size a PNG export is written at.
     static QSize exportImageSize() { return {1920, 1080}; }
+    // Lines and text of an exported picture grow with it, as if the 960-pixel-wide chart were
+    // scaled up: 192 dpi for 1920 pixels.
+    static int ExportDpi(const QSize& size) { return std::max(96, 96 * size.width() / 960); }
 
     LogChartView* PP = nullptr;  // the plot surface
     QPushButton* CmdPrint = nullptr;

@@ -75,9 +75,7 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
     for (int slot = 0; slot < kSlotCount; ++slot) {
         RowLabel[slot] = MakeLabel(QString::fromUtf8(kRowCaptions[slot]),
                                    QStringLiteral("Label3(%1)").arg(rowBase + slot));
-        RowLabel[slot]->setWordWrap(true);
-        RowLabel[slot]->setMinimumWidth(200);
-        RowLabel[slot]->setMaximumWidth(260);
+        // The column is as wide as its longest caption, in whatever language.
         grid->addWidget(RowLabel[slot], slot + 1, 0);
     }
     if (!next) {
@@ -278,7 +276,17 @@ void ConditionPage::Txt_LostFocus(int Index) {
         protection->Txt1[3]->setText(*c.Txt1_3);
     }
     if (c.totalTimeExceeded) {
-        editor_.ShowMessage(QString::fromLatin1(profile::kTotalTimeMessage));
+        std::array<QString, kCellCount> texts;
+        for (int i = 0; i < kCellCount; ++i) {
+            texts[i] = Txt[i]->text();
+        }
+        const double sum = profile::SectionTimeSum(texts, shown_);
+        const double limit = static_cast<double>(link::TextToSingle(context.Txt1_4) * 60.0f);
+        editor_.ShowMessage(
+            QString::fromLatin1(profile::kTotalTimeMessage), QMessageBox::Warning,
+            tr("The stage times add up to %1 min; the maximum total charging time allows %2 min "
+               "(%3 h).")
+                .arg(QString::number(sum, 'g', 6), QString::number(limit, 'g', 6), context.Txt1_4));
     }
 }
 
@@ -309,7 +317,8 @@ std::optional<QStringList> ConditionPage::buildFrames() {
                            : profile::AnyCondFrame(profileNo, stage, any, identified));
         }
     } catch (const std::exception& e) {
-        editor_.ShowMessage(QString::fromLatin1(e.what()));
+        editor_.ShowMessage(QString::fromLatin1(e.what()), QMessageBox::Critical,
+                            tr("Nothing of this page was sent."));
         return std::nullopt;
     }
     return built;

@@ -13,10 +13,13 @@
 #include "link/stored_settings.h"
 
 #include <QCloseEvent>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QRegularExpression>
+#include <QScreen>
 #include <QSettings>
 #include <QStatusBar>
 #include <QTimer>
@@ -30,6 +33,7 @@ namespace {
 const QColor kGreen(0, 128, 0);
 
 const QString kFastLinkKey = QStringLiteral("link/fast");
+const QString kGeometryKey = QStringLiteral("window/geometry");
 
 void setLabelSystemColour(QLabel* label) {
     label->setPalette(QPalette());
@@ -103,15 +107,24 @@ void FrmMain::buildUi() {
     setCentralWidget(central);
     connect(getData_->Monitor, &MonitorPanel::statusMessage, this,
             [this](const QString& text) { statusBar()->showMessage(text); });
-    resize(1024, 768);
+    restoreWindowGeometry();
+    buildTransferProgress();
+    connect(editor_, &ProfileEditor::statusMessage, this,
+            [this](const QString& text) { statusBar()->showMessage(text); });
+    connect(&busy_, &BusyGuard::heldOff, this, [this] {
+        statusBar()->showMessage(tr("Busy: the charger is still answering; try again when it "
+                                    "has finished."),
+                                 4000);
+    });
 
     // Settings files of the current profile and the compare with the charger's stored copy.
     auto* settingsActions = new SettingsActions(this);
-    QMenu* settingsMenu = menuBar()->addMenu(tr("Settings"));
+    QMenu* settingsMenu = menuBar()->addMenu(tr("&Settings"));
+    settingsMenu->setObjectName(QStringLiteral("MnuSettings"));
     settingsActions->AddTo(settingsMenu);
     // Opt-in: ends each exchange at its complete, sound reply; the frames sent stay the same.
     settingsMenu->addSeparator();
-    ActFastLink = settingsMenu->addAction(tr("Fast link"));
+    ActFastLink = settingsMenu->addAction(tr("&Fast link"));
     ActFastLink->setObjectName(QStringLiteral("ActFastLink"));
     ActFastLink->setCheckable(true);
     ActFastLink->setChecked(QSettings().value(kFastLinkKey, false).toBool());
@@ -128,14 +141,15 @@ void FrmMain::buildUi() {
                     traceFrame(false, QString());
                 }
             });
-    QMenu* helpMenu = menuBar()->addMenu(tr("Help"));
-    ActLineTrace = helpMenu->addAction(tr("Line trace..."));
+    QMenu* helpMenu = menuBar()->addMenu(tr("&Help"));
+    helpMenu->setObjectName(QStringLiteral("MnuHelp"));
+    ActLineTrace = helpMenu->addAction(tr("&Line trace..."));
     ActLineTrace->setObjectName(QStringLiteral("ActLineTrace"));
     connect(ActLineTrace, &QAction::triggered, this, [this] {
         lineTraceWindow()->show();
         lineTraceWindow()->raise();
     });
-    QAction* about = helpMenu->addAction(tr("About ZUN"));
+    QAction* about = helpMenu->addAction(tr("&About ZUN"));
     about->setObjectName("ActAbout");
     connect(about, &QAction::triggered, this,
             [this] { QMessageBox::about(this, tr("About ZUN"), AboutText()); });
@@ -175,6 +189,65 @@ void FrmMain::buildUi() {
     connect(CmbLang, &QComboBox::currentIndexChanged, this, [this] { LoadLanguage(); });
 }
 
+QSize FrmMain::FirstSize(const QSize& available) {
+    return QSize(1024, 768).boundedTo(available);
+}
+
+void FrmMain::restoreWindowGeometry() {
+    const QByteArray saved = QSettings().value(kGeometryKey).toByteArray();
+    if (!saved.isEmpty() && restoreGeometry(saved)) {
+        return;
+    }
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    resize(FirstSize(screen != nullptr ? screen->availableSize() : QSize(1024, 768)));
+}
+
+void FrmMain::buildTransferProgress() {
+    PrgTransfer = new QProgressBar;
+    PrgTransfer->setObjectName(QStringLiteral("PrgTransfer"));
+    PrgTransfer->setRange(0, 100);
+    PrgTransfer->setMaximumWidth(200);
+    PrgTransfer->setVisible(false);
+    CmdCancel = new QPushButton(tr("&Cancel"));
+    CmdCancel->setObjectName(QStringLiteral("CmdCancel"));
+    CmdCancel->setToolTip(
+        tr("Stop the log download after the current record; the records read "
+           "so far are kept"));
+    CmdCancel->setVisible(false);
+    statusBar()->addPermanentWidget(PrgTransfer);
+    statusBar()->addPermanentWidget(CmdCancel);
+    connect(CmdCancel, &QPushButton::clicked, this, [this] {
+        cancelled_ = true;
+        CmdCancel->setEnabled(false);
+        session_->requestCancel();
+        statusBar()->showMessage(tr("Cancelling the log download ..."));
+    });
+    connect(session_.get(), &session::ChargerSession::progressText, this,
+            [this](const QString& text) {
+                static const QRegularExpression percent(QStringLiteral("(\\d+)\\s*%"));
+                const QRegularExpressionMatch m = percent.match(text);
+                if (m.hasMatch()) {
+                    PrgTransfer->setValue(m.captured(1).toInt());
+                }
+            });
+    connect(session_.get(), &session::ChargerSession::transferActive, this, [this](bool active) {
+        PrgTransfer->setVisible(active);
+        CmdCancel->setVisible(active);
+        CmdCancel->setEnabled(active);
+        const int rows = getData_->logTable().recordCount();
+        if (active) {
+            cancelled_ = false;
+            PrgTransfer->setValue(0);
+            statusBar()->showMessage(tr("Downloading the data log ..."));
+        } else if (cancelled_) {
+            statusBar()->showMessage(
+                tr("Log download cancelled: the %1 records read so far are kept.").arg(rows));
+        } else {
+            statusBar()->showMessage(tr("Log download ended: %1 records read.").arg(rows));
+        }
+    });
+}
+
 QString FrmMain::TitleFor(int major, int minor, int revision) {
     QString t = QStringLiteral("ZUN V%1.%2").arg(major).arg(minor);
     if (revision != 0) {
@@ -194,6 +267,7 @@ QString FrmMain::AboutText() {
 void FrmMain::reportRefusals(const QVector<link::PortRefusal>& refusals) {
     const QString text = link::PortRefusal::Summary(refusals);
     if (!text.isEmpty()) {
+        diagnostic_ = text;
         statusBar()->showMessage(text);
     }
 }
@@ -243,18 +317,27 @@ void FrmMain::discoverPorts() {
         }
     }
     CboPort->setCurrentIndex(-1);
+    diagnostic_.clear();
     // The list stays as it was; the status bar says why a port is missing from it.
     reportRefusals(refused);
 }
 
 void FrmMain::searchCharger() {
+    // What went wrong on a port (refused, noisy) outlasts the search's own progress words.
+    const auto settle = [this](const QString& text) {
+        statusBar()->showMessage(diagnostic_.isEmpty() ? text : diagnostic_);
+    };
     for (int i = 0; i < CboPort->count(); ++i) {
         const QString device = ports_.deviceFor(link::PortList::NumberOf(CboPort->itemText(i)));
+        statusBar()->showMessage(
+            tr("Searching for the charger on %1 (%2) ...").arg(CboPort->itemText(i), device));
         if (session_->search({device}).front().charger) {
+            settle(tr("Charger found on %1 (%2).").arg(CboPort->itemText(i), device));
             selectPort(i);
             return;
         }
     }
+    settle(tr("No charger answered on the ports searched (%1).").arg(CboPort->count()));
 }
 
 void FrmMain::selectPort(int index) {
@@ -346,7 +429,8 @@ void FrmMain::showExchangeEnd(const link::ExchangeOutcome& outcome) {
         why = QStringLiteral("the reply failed the check (%1)").arg(outcome.verdict.why);
     }
     if (!why.isEmpty()) {
-        statusBar()->showMessage(QStringLiteral("%1: %2").arg(session_->device(), why));
+        diagnostic_ = QStringLiteral("%1: %2").arg(session_->device(), why);
+        statusBar()->showMessage(diagnostic_);
     }
 }
 
@@ -390,6 +474,7 @@ void FrmMain::closeEvent(QCloseEvent* event) {
         busy_.whenIdle([this] { QTimer::singleShot(0, this, &QWidget::close); });
         return;
     }
+    QSettings().setValue(kGeometryKey, saveGeometry());
     session_->close();
     event->accept();
 }

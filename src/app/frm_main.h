@@ -11,6 +11,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QMainWindow>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QTabWidget>
 
@@ -74,6 +75,12 @@ public:
 
     const link::LineTrace& lineTrace() const { return lineTrace_; }
     LineTraceWindow* lineTraceWindow();
+    // In the status bar while the log transfer runs: how far it is, and the way out.
+    QProgressBar* PrgTransfer = nullptr;
+    QPushButton* CmdCancel = nullptr;
+
+    // The first size: 1024 x 768, or the screen's available area when that is smaller.
+    static QSize FirstSize(const QSize& available);
 
 signals:
     void loadFinished();
@@ -94,6 +101,8 @@ private:
     void showExchangeEnd(const link::ExchangeOutcome& outcome);
     QPushButton* readPagesButton();
     void traceFrame(bool sent, const QString& hex);
+    void buildTransferProgress();
+    void restoreWindowGeometry();
 
     StartOptions options_;
     WindowState state_;
@@ -108,6 +117,9 @@ private:
     bool loaded_ = false;
     link::LineTrace lineTrace_;
     LineTraceWindow* traceWindow_ = nullptr;
+    bool cancelled_ = false;
+    // The last line or port trouble reported in the status bar.
+    QString diagnostic_;
 };
 
 }  // namespace zun::app

@@ -122,7 +122,8 @@ std::optional<QStringList> GeneralPage::buildFrames() {
         return QStringList{profile::GeneralFrame(page)};
     } catch (const std::exception& e) {
         // Nothing is sent; the write-all must not report this page as written.
-        editor_.ShowMessage(QString::fromLatin1(e.what()));
+        editor_.ShowMessage(QString::fromLatin1(e.what()), QMessageBox::Critical,
+                            tr("Nothing of this page was sent."));
         return std::nullopt;
     }
 }

@@ -1,6 +1,7 @@
 #include "app/get_data_page.h"
 
 #include "app/busy_guard.h"
+#include "app/event_helpers.h"
 #include "app/log_chart_view.h"
 #include "app/monitor_panel.h"
 #include "app/page_parts.h"
@@ -29,6 +30,8 @@
 #include <QPrintDialog>
 #include <QPrinter>
 #include <QScrollBar>
+#include <QShortcut>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -64,6 +67,25 @@ QString trimBlanks(const QString& text) {
         --to;
     }
     return text.mid(from, to - from);
+}
+
+// A button's shortcut, named in its tooltip. A shortcut object of its own, because the
+// language files set the caption and a button's caption replaces its shortcut; held off, like
+// a click, while an exchange runs.
+void withShortcut(QAbstractButton* b, const QKeySequence& keys, BusyGuard* busy) {
+    auto* shortcut = new QShortcut(keys, b);
+    QObject::connect(shortcut, &QShortcut::activated, b, [b, busy] {
+        if (busy != nullptr && busy->busy()) {
+            emit busy->heldOff();
+            return;
+        }
+        if (b->isEnabled() && b->isVisible()) {
+            b->click();
+        }
+    });
+    const QString named = keys.toString(QKeySequence::NativeText);
+    b->setToolTip(b->toolTip().isEmpty() ? named
+                                         : QStringLiteral("%1 (%2)").arg(b->toolTip(), named));
 }
 
 // A focus change that the user made on this window, not a window switch or a popup.
@@ -116,6 +138,9 @@ void GetDataPage::buildReadings(const QFontMetrics& fm) {
     CmdGetOK[0] = MakeButton(QStringLiteral("CmdGetOK(0)"), QStringLiteral("Total Run Time"));
     CmdGetOK[1] = MakeButton(QStringLiteral("CmdGetOK(1)"), QStringLiteral("Charger V I"));
     CmdGetOK[2] = MakeButton(QStringLiteral("CmdGetOK(2)"), QStringLiteral("Data Log"));
+    withShortcut(CmdGetOK[0], QKeySequence(Qt::Key_F5), state_.busy);
+    withShortcut(CmdGetOK[1], QKeySequence(Qt::Key_F6), state_.busy);
+    withShortcut(CmdGetOK[2], QKeySequence(Qt::Key_F7), state_.busy);
     for (int i = 0; i < 3; ++i) {
         BusyGuard::MarkExchangeStarter(CmdGetOK[i]);
         connect(CmdGetOK[i], &QPushButton::clicked, this, [this, i] { CmdGetOK_Click(i); });
@@ -142,6 +167,8 @@ void GetDataPage::buildLogTable(const QFontMetrics& fm) {
     FG1->setObjectName(QStringLiteral("FG1"));
     FG1->setModel(&table_);
     FG1->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    // Tab leaves the table; the arrow keys walk it.
+    FG1->setTabKeyNavigation(false);
     FG1->setSelectionBehavior(QAbstractItemView::SelectRows);
     FG1->setAlternatingRowColors(true);
     FG1->setWordWrap(false);
@@ -167,6 +194,7 @@ void GetDataPage::buildLogControls(const QFontMetrics& fm) {
         TxtRow[i]->setMaxLength(12);
         TxtRow[i]->setFixedWidth(fm.horizontalAdvance(QStringLiteral("000000")) + 16);
         TxtRow[i]->installEventFilter(this);
+        connect(TxtRow[i], &QLineEdit::textChanged, this, [this] { markRange(); });
     }
     LabelRow[0] = MakeLabel(QStringLiteral("from"), QStringLiteral("LabelRow(0)"));
     LabelRow[1] = MakeLabel(QStringLiteral("to"), QStringLiteral("LabelRow(1)"));
@@ -190,16 +218,22 @@ void GetDataPage::buildFileButtons() {
     CmdGetSave = MakeButton(QStringLiteral("CmdGetSave"), QStringLiteral("Save"));
     CmdGetOpen = MakeButton(QStringLiteral("CmdGetOpen"), QStringLiteral("Open"));
     CmdGetSave->setEnabled(false);
+    // The captions come from the language files: shortcuts rather than mnemonics.
+    withShortcut(CmdGetSave, QKeySequence::Save, state_.busy);
+    withShortcut(CmdGetOpen, QKeySequence::Open, state_.busy);
     connect(CmdGetSave, &QPushButton::clicked, this, [this] { CmdGetSave_Click(); });
     connect(CmdGetOpen, &QPushButton::clicked, this, [this] { CmdGetOpen_Click(); });
 }
 
 void GetDataPage::buildChart() {
-    const ChartPanel::Source source{table_, chargeAh_, [this] { return LabTime->text(); },
+    const ChartPanel::Source source{chartTable_, chartAh_, [this] { return chartLabTime(); },
                                     [this] { return TxtGetDesc->text(); }};
     PB = new ChartPanel(source, dialogs, lastFolder_);
     PP = PB->PP;
     CmdPrint = PB->CmdPrint;
+    withShortcut(PB->CmdPrint, QKeySequence::Print, state_.busy);
+    withShortcut(PB->CmdExportPdf, QKeySequence(Qt::CTRL | Qt::Key_E), state_.busy);
+    withShortcut(PB->CmdExportPng, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E), state_.busy);
     CmdExportPdf = PB->CmdExportPdf;
     CmdExportPng = PB->CmdExportPng;
 }
@@ -383,6 +417,8 @@ void GetDataPage::DataLog() {
 void GetDataPage::DownloadLog() {
     table_.clear();
     chargeAh_.clear();
+    chartTable_.clear();
+    chartAh_.clear();
     PP->showEmpty();
     CmdGetSave->setEnabled(false);
     setChartButtons(false);
@@ -423,8 +459,57 @@ void GetDataPage::DownloadLog() {
     }
 }
 
+std::pair<int, int> GetDataPage::chartedRange() const {
+    bool okFrom = false;
+    bool okTo = false;
+    const int from = TxtRow[0]->text().trimmed().toInt(&okFrom);
+    const int to = TxtRow[1]->text().trimmed().toInt(&okTo);
+    const int count = table_.recordCount();
+    if (!okFrom || !okTo || from < 1 || to > count || from > to) {
+        return {0, 0};
+    }
+    return {from, to};
+}
+
+QString GetDataPage::chartLabTime() const {
+    // The time axis ends at the last record charted.
+    const QString all = LabTime->text();
+    const auto [from, to] = chartedRange();
+    if (from == 0 || to == table_.recordCount() || all.size() < 5) {
+        return all;
+    }
+    return all.chopped(5) + datalog::RecordTimeText(all, table_.recordCount() - to);
+}
+
+void GetDataPage::markRange() {
+    const bool empty = TxtRow[0]->text().isEmpty() && TxtRow[1]->text().isEmpty();
+    const bool wrong = !empty && chartedRange().first == 0;
+    for (QLineEdit* box : TxtRow) {
+        SetTextColour(box, wrong ? kWrongColour : QApplication::palette().color(QPalette::Text));
+        box->setToolTip(wrong ? tr("No such range: from 1 to %1, \"from\" not after \"to\"")
+                                    .arg(table_.recordCount())
+                              : QString());
+    }
+}
+
 void GetDataPage::DrawLogChart() {
-    PP->showLog(LabTime->text(), TxtGetDesc->text());
+    const auto [from, to] = chartedRange();
+    if (from == 0) {
+        chartTable_.setRows(table_.rows());
+        chartAh_ = chargeAh_;
+    } else {
+        const auto& rows = table_.rows();
+        chartTable_.setRows(
+            std::vector<datalog::LogRow>(rows.begin() + (from - 1), rows.begin() + to));
+        chartAh_.clear();
+        if (!chargeAh_.empty()) {
+            chartAh_.push_back(chargeAh_.front());
+        }
+        for (int r = from; r <= to && r < int(chargeAh_.size()); ++r) {
+            chartAh_.push_back(chargeAh_[size_t(r)]);
+        }
+    }
+    PP->showLog(chartLabTime(), TxtGetDesc->text());
 }
 
 void GetDataPage::CmdGetSave_Click() {
@@ -460,7 +545,10 @@ void GetDataPage::CmdGetOpen_Click() {
         lastFolder_ = QFileInfo(path).absolutePath();
         datalog::CsvLoadResult r = datalog::LoadLogCsv(path);
         if (r.status == datalog::CsvLoadResult::Status::TypeError) {
-            tellInformation(QLatin1String(datalog::kFileTypeError));
+            tellInformation(QLatin1String(datalog::kFileTypeError), QMessageBox::Warning,
+                            tr("'%1' is not a data log saved by this program: its first line "
+                               "does not end with \"ZUN-Log\". Nothing was loaded.")
+                                .arg(QDir::toNativeSeparators(path)));
             return;
         }
         if (r.status != datalog::CsvLoadResult::Status::Loaded) {
@@ -508,6 +596,9 @@ void GetDataPage::TxtRow_LostFocus(int Index) {
     }
     QLineEdit* box = TxtRow[static_cast<size_t>(Index)];
     box->setText(datalog::NormaliseRangeText(box->text()));
+    if (PP->showsLog()) {
+        DrawLogChart();
+    }
 }
 
 void GetDataPage::TxtGetDesc_LostFocus() {
@@ -523,7 +614,11 @@ void GetDataPage::TxtGetDesc_KeyUp(int KeyCode) {
 
 bool GetDataPage::eventFilter(QObject* watched, QEvent* event) {
     try {
-        if (event->type() == QEvent::FocusOut && isOwnFocusChange(event)) {
+        if (event->type() == QEvent::FocusIn && (watched == TxtRow[0] || watched == TxtRow[1])) {
+            // Typing replaces the number, as in the settings boxes.
+            auto* box = static_cast<QLineEdit*>(watched);
+            QTimer::singleShot(0, box, [box] { box->selectAll(); });
+        } else if (event->type() == QEvent::FocusOut && isOwnFocusChange(event)) {
             if (watched == TxtRow[0]) {
                 TxtRow_LostFocus(0);
             } else if (watched == TxtRow[1]) {
@@ -568,15 +663,20 @@ bool GetDataPage::askYesNo(const QString& question) {
                                  QMessageBox::Yes) == QMessageBox::Yes;
 }
 
-void GetDataPage::tellInformation(const QString& text) {
+void GetDataPage::tellInformation(const QString& text, QMessageBox::Icon icon,
+                                  const QString& detail) {
+    lastDetail_ = detail;
     if (dialogs.information) {
         dialogs.information(text);
         return;
     }
-    QMessageBox::information(this, QString(), text);
+    QMessageBox box(icon, window()->windowTitle(), text, QMessageBox::Ok, this);
+    box.setInformativeText(detail);
+    box.exec();
 }
 
 void GetDataPage::tellError(const QString& text) {
+    lastDetail_.clear();
     if (dialogs.error) {
         dialogs.error(text);
         return;

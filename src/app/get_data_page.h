@@ -8,6 +8,7 @@
 
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTableView>
@@ -15,6 +16,7 @@
 
 #include <array>
 #include <functional>
+#include <utility>
 #include <vector>
 
 class QPrinter;
@@ -46,8 +48,13 @@ public:
     void TxtGetDesc_LostFocus();
     void TxtGetDesc_KeyUp(int KeyCode);
 
-    // Charts the table as it stands, with the time stamp and the description shown.
+    // Charts the records of the range boxes (all of them while the range is impossible), with
+    // the time stamp and the description shown.
     void DrawLogChart();
+    // The records from..to of the range boxes, 1-based; nullopt-like {0, 0} when impossible.
+    std::pair<int, int> chartedRange() const;
+    // What the chart, Print and the exports draw.
+    const datalog::LogTableModel& chartTable() const { return chartTable_; }
 
     using Dialogs = LogDialogs;
     Dialogs dialogs;
@@ -55,6 +62,8 @@ public:
     const datalog::LogTableModel& logTable() const { return table_; }
     const std::vector<float>& chargeAh() const { return chargeAh_; }
     bool downloading() const { return downloading_; }
+    // The detail of the last message box shown.
+    QString lastMessageDetail() const { return lastDetail_; }
     // The exact text last put in TxtGet(index), CR LF included.
     QString TxtGetText(int index) const;
     // The size a PNG export is written at.
@@ -103,19 +112,28 @@ private:
     void setBoxText(int index, const QString& text);
     void parkFocus();
     void setChartButtons(bool enabled);
+    // Red while the range boxes hold no possible range.
+    void markRange();
+    QString chartLabTime() const;
 
     QString askSaveLogName(const QString& proposedPath);
     QString askOpenLogName(const QString& preset);
     bool askYesNo(const QString& question);
-    void tellInformation(const QString& text);
+    // icon and detail go to the real box only; the hooks get the text.
+    void tellInformation(const QString& text, QMessageBox::Icon icon = QMessageBox::Information,
+                         const QString& detail = QString());
     void tellError(const QString& text);
 
     WindowState& state_;
     datalog::LogTableModel table_;
     std::vector<float> chargeAh_;
+    // The records of the range: the chart's own copy of them and their charge.
+    datalog::LogTableModel chartTable_;
+    std::vector<float> chartAh_;
     std::array<QString, 2> getTexts_;
     bool downloading_ = false;
     QString lastFolder_;
+    QString lastDetail_;
 };
 
 }  // namespace zun::app

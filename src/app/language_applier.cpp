@@ -1,8 +1,10 @@
 #include "app/language_applier.h"
 
 #include <QAbstractButton>
+#include <QAction>
 #include <QGroupBox>
 #include <QLabel>
+#include <QMenu>
 #include <QTabWidget>
 #include <QWidget>
 
@@ -22,7 +24,15 @@ void ApplyLanguage(QWidget* window, const lang::Captions& captions) {
             continue;
         }
         QWidget* widget = window->findChild<QWidget*>(name);
-        if (auto* label = qobject_cast<QLabel*>(widget)) {
+        if (widget == nullptr) {
+            if (auto* action = window->findChild<QAction*>(name)) {
+                action->setText(caption.text);
+            }
+            continue;
+        }
+        if (auto* menu = qobject_cast<QMenu*>(widget)) {
+            menu->setTitle(caption.text);
+        } else if (auto* label = qobject_cast<QLabel*>(widget)) {
             label->setText(caption.text);
         } else if (auto* button = qobject_cast<QAbstractButton*>(widget)) {
             button->setText(caption.text);

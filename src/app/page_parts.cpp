@@ -39,7 +39,7 @@ QPushButton* MakeButton(const QString& name, const QString& caption) {
 }
 
 QPushButton* MakeWriteButton(const QString& name, const QString& toolTip) {
-    auto* b = new QPushButton(QStringLiteral("Write page"));
+    auto* b = new QPushButton(QStringLiteral("&Write page"));
     b->setObjectName(name);
     b->setToolTip(toolTip);
     b->setMinimumWidth(100);

@@ -3,6 +3,7 @@
 #include "app/busy_guard.h"
 #include "app/condition_page.h"
 #include "app/event_helpers.h"
+#include "app/finding_text.h"
 #include "app/general_page.h"
 #include "app/protection_page.h"
 #include "app/stages_page.h"
@@ -16,9 +17,11 @@
 #include <QHBoxLayout>
 #include <QHash>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPainter>
 #include <QPointer>
+#include <QSet>
 #include <QTabBar>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -49,11 +52,18 @@ ProfileEditor::ProfileEditor(WindowState& state, QWidget* parent) : QWidget(pare
     Check1 = new QCheckBox(QStringLiteral("Atuo set 0"));
     Check1->setObjectName(QStringLiteral("Check1"));
     Check1->setToolTip(QStringLiteral("Load a three-stage starting profile into the pages"));
-    CmdOK = new QPushButton(QStringLiteral("Write all pages"));
+    CmdOK = new QPushButton(QStringLiteral("Write &all pages"));
     CmdOK->setObjectName(QStringLiteral("CmdOK"));
     CmdOK->setToolTip(QStringLiteral("Write every page of this profile to the charger"));
     CmdOK->setMinimumWidth(130);
+    cmdOkToolTip_ = CmdOK->toolTip();
     BusyGuard::MarkExchangeStarter(CmdOK);
+    CmdToFix = new QToolButton;
+    CmdToFix->setObjectName(QStringLiteral("CmdToFix"));
+    CmdToFix->setPopupMode(QToolButton::InstantPopup);
+    CmdToFix->setMenu(new QMenu(CmdToFix));
+    SetTextColour(CmdToFix, kWrongColour);
+    CmdToFix->setVisible(false);
     top->addWidget(lab);
     top->addWidget(CmbPN);
     top->addSpacing(6);
@@ -61,6 +71,7 @@ ProfileEditor::ProfileEditor(WindowState& state, QWidget* parent) : QWidget(pare
     top->addSpacing(24);
     top->addWidget(Check1);
     top->addStretch();
+    top->addWidget(CmdToFix);
     top->addWidget(CmdOK);
 
     Tab2 = new QTabWidget;
@@ -107,12 +118,36 @@ void ProfileEditor::Store(MemoryTable table, int entry, const QString& text) {
     RunHandler([&] { (state_.memory.*table)(p, entry) = text; });
 }
 
-void ProfileEditor::ShowMessage(const QString& text) {
+void ProfileEditor::ShowMessage(const QString& text, QMessageBox::Icon icon,
+                                const QString& detail) {
+    lastDetail_ = detail;
     if (messageHook) {
         messageHook(text);
         return;
     }
-    QMessageBox::information(window(), window()->windowTitle(), text);
+    QMessageBox box(icon, window()->windowTitle(), text, QMessageBox::Ok, window());
+    box.setInformativeText(detail);
+    box.exec();
+}
+
+QString ProfileEditor::PageCaption(profile::Page page) const {
+    return Tab2->tabText(Tab2->indexOf(pageOf(page)));
+}
+
+QWidget* ProfileEditor::pageOf(profile::Page page) const {
+    switch (page) {
+        case profile::Page::General:
+            return general_;
+        case profile::Page::Protection:
+            return protection_;
+        case profile::Page::Stages:
+            return stages_;
+        case profile::Page::Next:
+            return nextCond_;
+        case profile::Page::Any:
+            return anyCond_;
+    }
+    return nullptr;
 }
 
 void ProfileEditor::ParkFocus(QWidget* w) {
@@ -311,17 +346,88 @@ void ProfileEditor::CmdOK_Click() {
     };
     pages.push_back(std::move(any));
 
-    const std::vector<session::PageResult> results = state_.session->writePages(pages);
+    // The status line follows the write page by page.
+    writeAllCount_ = int(pages.size());
+    writeAllDone_ = 0;
+    for (session::PageWrite& page : pages) {
+        page.frames = [this, p = page.page, build = std::move(page.frames)] {
+            ++writeAllDone_;
+            emit statusMessage(tr("Write all pages: writing %1 (page %2 of %3) ...")
+                                   .arg(PageCaption(p))
+                                   .arg(writeAllDone_)
+                                   .arg(writeAllCount_));
+            return build();
+        };
+    }
+
+    std::vector<session::PageResult> results;
+    try {
+        results = state_.session->writePages(pages);
+    } catch (...) {
+        writeAllCount_ = 0;
+        CmdOK->setEnabled(true);
+        throw;
+    }
+    writeAllCount_ = 0;
     // Whatever becomes of the any-stage page, the write-all counts as done.
-    const bool failed = std::any_of(results.begin(), results.end(), [](const auto& r) {
+    const auto stop = std::find_if(results.begin(), results.end(), [](const auto& r) {
         return r.page != profile::Page::Any && (r.outcome == session::PageOutcome::Refused ||
                                                 r.outcome == session::PageOutcome::NotSent);
     });
-    ShowMessage(failed ? QStringLiteral("Fail !") : QStringLiteral("OK !"));
+    if (stop == results.end()) {
+        const QString done = tr("Write all pages: %1 pages written.").arg(results.size());
+        emit statusMessage(done);
+        ShowMessage(QStringLiteral("OK !"), QMessageBox::Information, done);
+    } else {
+        QStringList after;
+        for (auto it = std::next(stop); it != results.end(); ++it) {
+            after << PageCaption(it->page);
+        }
+        QString why = stop->outcome == session::PageOutcome::Refused
+                          ? tr("%1 was refused: the charger did not acknowledge it")
+                          : tr("%1 could not be sent");
+        why = why.arg(PageCaption(stop->page));
+        if (!stop->lineFailure.isEmpty()) {
+            why += QStringLiteral(" (%1)").arg(stop->lineFailure);
+        }
+        QString detail = tr("Write all pages failed: %1.").arg(why);
+        if (!after.isEmpty()) {
+            detail +=
+                QLatin1Char(' ') + tr("Not written: %1.").arg(after.join(QStringLiteral(", ")));
+        }
+        emit statusMessage(detail);
+        ShowMessage(QStringLiteral("Fail !"), QMessageBox::Critical, detail);
+    }
     CmdOK->setEnabled(true);
 }
 
 void ProfileEditor::PageWritten(const session::PageResult& result) {
+    QString said;
+    switch (result.outcome) {
+        case session::PageOutcome::Acknowledged:
+            said = tr("%1 written and acknowledged by the charger.");
+            break;
+        case session::PageOutcome::Sent:
+            said = tr("%1 sent; the charger did not acknowledge every frame.");
+            break;
+        case session::PageOutcome::Refused:
+            said = tr("%1 refused: the charger did not acknowledge it after every try.");
+            break;
+        case session::PageOutcome::NotSent:
+            said = tr("%1 not sent.");
+            break;
+    }
+    said = said.arg(PageCaption(result.page));
+    if (!result.lineFailure.isEmpty()) {
+        said += QStringLiteral(" (%1)").arg(result.lineFailure);
+    }
+    if (writeAllCount_ > 0) {
+        said = tr("Write all pages, page %1 of %2: %3")
+                   .arg(writeAllDone_)
+                   .arg(writeAllCount_)
+                   .arg(said);
+    }
+    emit statusMessage(said);
     switch (result.page) {
         case profile::Page::General:
             if (result.outcome == session::PageOutcome::Acknowledged) {
@@ -386,10 +492,122 @@ void ProfileEditor::CheckConsistency() {
         SetTextColour(nextCond_->CmbType[i], TextColourOf(verdict.find(Field::Cmb3Type, i)));
     }
     CmdOK->setEnabled(verdict.cmdOkEnabled);
+    showReasons(verdict);
     // Through the type handler, as a user's choice would be; the check it runs again finds
     // nothing more to reset.
     for (int i : verdict.resetToNone) {
         nextCond_->CmbType[i]->setCurrentIndex(0);
+    }
+}
+
+QWidget* ProfileEditor::controlOf(const profile::Finding& f) const {
+    using profile::Field;
+    switch (f.field) {
+        case Field::Txt1_4:
+            return protection_->Txt1[4];
+        case Field::Cmb2Total:
+            return stages_->Cmb2Total;
+        case Field::Txt2:
+            return stages_->Txt2[f.index];
+        case Field::Txt3:
+            return nextCond_->Txt[f.index];
+        case Field::Cmb3Type:
+            return nextCond_->CmbType[f.index];
+        case Field::SectionTotal:
+            return nullptr;
+    }
+    return nullptr;
+}
+
+void ProfileEditor::bringUp(QWidget* control, QWidget* page) {
+    if (auto* outer =
+            qobject_cast<QTabWidget*>(parentWidget() ? parentWidget()->parentWidget() : nullptr)) {
+        outer->setCurrentWidget(this);
+    }
+    Tab2->setCurrentWidget(page);
+    if (control != nullptr && control->isEnabled()) {
+        control->setFocus(Qt::OtherFocusReason);
+    }
+}
+
+void ProfileEditor::showReasons(const profile::ConsistencyVerdict& verdict) {
+    // A control's own tooltip is kept aside while it shows why it is red.
+    static const char kOwnTip[] = "zunOwnToolTip";
+    for (QWidget* w : findChildren<QWidget*>()) {
+        const QVariant own = w->property(kOwnTip);
+        if (own.isValid()) {
+            w->setToolTip(own.toString());
+            w->setProperty(kOwnTip, QVariant());
+        }
+    }
+    wrong_.clear();
+    QSet<QWidget*> markedPages;
+    QMenu* menu = CmdToFix->menu();
+    menu->clear();
+    QStringList lines;
+    // The stage times that no longer fit are named one by one, each with their sum.
+    QString totalReason;
+    bool timesMarked = false;
+    for (const profile::Finding& f : verdict.findings) {
+        if (f.wrong() && f.field == profile::Field::SectionTotal) {
+            totalReason = FindingReason(f);
+        } else if (f.wrong() && f.rule == profile::Rule::SectionTimes) {
+            timesMarked = true;
+        }
+    }
+    for (const profile::Finding& f : verdict.findings) {
+        if (!f.wrong() || (f.field == profile::Field::SectionTotal && timesMarked)) {
+            continue;
+        }
+        wrong_.push_back(f);
+        QWidget* control = controlOf(f);
+        QWidget* page =
+            f.field == profile::Field::Txt1_4
+                ? static_cast<QWidget*>(protection_)
+                : (f.field == profile::Field::Cmb2Total || f.field == profile::Field::Txt2
+                       ? static_cast<QWidget*>(stages_)
+                       : static_cast<QWidget*>(nextCond_));
+        markedPages.insert(page);
+        const bool time = f.rule == profile::Rule::SectionTimes && !totalReason.isEmpty();
+        const QString line =
+            QStringLiteral("%1: %2").arg(FindingName(f), time ? totalReason : FindingReason(f));
+        lines << line;
+        if (control != nullptr) {
+            if (!control->property(kOwnTip).isValid()) {
+                control->setProperty(kOwnTip, control->toolTip());
+            }
+            control->setToolTip(line);
+        }
+        QAction* a = menu->addAction(
+            QStringLiteral("%1 - %2").arg(Tab2->tabText(Tab2->indexOf(page)), line));
+        QPointer<QWidget> target(control);
+        connect(a, &QAction::triggered, this, [this, target, page] { bringUp(target, page); });
+    }
+    // A page holding a wrong entry carries a red mark beside its caption.
+    static const QIcon mark = [] {
+        QPixmap pix(12, 12);
+        pix.fill(Qt::transparent);
+        QPainter p(&pix);
+        p.setRenderHint(QPainter::Antialiasing);
+        p.setPen(Qt::NoPen);
+        p.setBrush(kWrongColour);
+        p.drawEllipse(QRectF(1, 1, 10, 10));
+        return QIcon(pix);
+    }();
+    for (int i = 0; i < Tab2->count(); ++i) {
+        const bool marked = markedPages.contains(Tab2->widget(i));
+        Tab2->setTabIcon(i, marked ? mark : QIcon());
+        Tab2->tabBar()->setTabTextColor(i, marked ? kWrongColour : QColor());
+    }
+    CmdToFix->setText(wrong_.size() == 1 ? tr("1 entry to fix")
+                                         : tr("%1 entries to fix").arg(wrong_.size()));
+    CmdToFix->setToolTip(tr("Show the entries to fix"));
+    CmdToFix->setVisible(!wrong_.empty());
+    if (CmdOK->isEnabled() || lines.isEmpty()) {
+        CmdOK->setToolTip(cmdOkToolTip_);
+    } else {
+        CmdOK->setToolTip(tr("Nothing can be written while an entry is wrong:") +
+                          QStringLiteral("\n") + lines.join(QLatin1Char('\n')));
     }
 }
 

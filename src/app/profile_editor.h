@@ -10,8 +10,10 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QTabWidget>
+#include <QToolButton>
 #include <QWidget>
 
 #include <functional>
@@ -67,8 +69,17 @@ public:
 
     // Every message box of the profile pages goes through here. While messageHook is set it
     // receives the text instead of a modal box being shown.
-    void ShowMessage(const QString& text);
+    // icon and detail (what a technician needs to act on it) go to the box only.
+    void ShowMessage(const QString& text, QMessageBox::Icon icon = QMessageBox::Information,
+                     const QString& detail = QString());
     std::function<void(const QString&)> messageHook;
+    // The detail of the last message shown.
+    QString lastMessageDetail() const { return lastDetail_; }
+
+    // The caption of a settings page as its tab shows it.
+    QString PageCaption(profile::Page page) const;
+    // The entries the last consistency check found wrong.
+    const std::vector<profile::Finding>& wrongEntries() const { return wrong_; }
 
     // Moves the focus out of w (or its children) to a neutral place before w is disabled or
     // hidden, so that Qt does not push it into a settings box whose corrections would then run.
@@ -88,10 +99,27 @@ public:
     QCheckBox* Check1 = nullptr;
     QPushButton* CmdOK = nullptr;
     QLabel* Image1 = nullptr;
+    // "n entries to fix": its menu brings up each wrong entry.
+    QToolButton* CmdToFix = nullptr;
+
+signals:
+    // How an exchange of these pages went, in words, for the window's status line.
+    void statusMessage(const QString& text);
 
 private:
     void showProfilePicture(int p);
+    // Tooltips, tab markers, the entries to fix and CmdOK's tooltip from the verdict.
+    void showReasons(const profile::ConsistencyVerdict& verdict);
+    QWidget* controlOf(const profile::Finding& finding) const;
+    QWidget* pageOf(profile::Page page) const;
+    void bringUp(QWidget* control, QWidget* page);
 
+    std::vector<profile::Finding> wrong_;
+    QString lastDetail_;
+    QString cmdOkToolTip_;
+    // The write-all in progress: the page counter for the status line.
+    int writeAllCount_ = 0;
+    int writeAllDone_ = 0;
     WindowState& state_;
     BoxEvents* boxEvents_ = nullptr;
     GeneralPage* general_ = nullptr;

@@ -97,7 +97,8 @@ std::optional<QStringList> ProtectionPage::buildFrames() {
     try {
         return QStringList{profile::ProtectionFrame(page)};
     } catch (const std::exception& e) {
-        editor_.ShowMessage(QString::fromLatin1(e.what()));
+        editor_.ShowMessage(QString::fromLatin1(e.what()), QMessageBox::Critical,
+                            tr("Nothing of this page was sent."));
         return std::nullopt;
     }
 }

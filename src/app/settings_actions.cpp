@@ -40,11 +40,11 @@ const QColor SettingsActions::kMarkColour(255, 255, 0);
 
 SettingsActions::SettingsActions(FrmMain* window) : QObject(window), window_(window) {
     setObjectName(QStringLiteral("SettingsActions"));
-    ActSaveSettings = new QAction(tr("Save settings..."), this);
+    ActSaveSettings = new QAction(tr("&Save settings..."), this);
     ActSaveSettings->setObjectName(QStringLiteral("ActSaveSettings"));
-    ActOpenSettings = new QAction(tr("Open settings..."), this);
+    ActOpenSettings = new QAction(tr("&Open settings..."), this);
     ActOpenSettings->setObjectName(QStringLiteral("ActOpenSettings"));
-    ActCompare = new QAction(tr("Compare with charger"), this);
+    ActCompare = new QAction(tr("&Compare with charger"), this);
     ActCompare->setObjectName(QStringLiteral("ActCompare"));
     connect(ActSaveSettings, &QAction::triggered, this,
             [this] { RunHandler([this] { SaveSettings(); }); });

@@ -186,12 +186,14 @@ std::optional<QStringList> StagesPage::buildFrames() {
     try {
         write = profile::StagesFrame(page);
     } catch (const std::exception& e) {
-        editor_.ShowMessage(QString::fromLatin1(e.what()));
+        editor_.ShowMessage(QString::fromLatin1(e.what()), QMessageBox::Critical,
+                            tr("Nothing of this page was sent."));
         return std::nullopt;
     }
     if (!write.ok()) {
         // Shown, nothing sent, and a write-all goes on with the next page.
-        editor_.ShowMessage(QStringLiteral("Fail !"));
+        editor_.ShowMessage(QStringLiteral("Fail !"), QMessageBox::Warning,
+                            tr("A stage entry is out of range; nothing of this page was sent."));
         if (write.failFocus == profile::StagesFocus::Cmb2Total) {
             Cmb2Total->setFocus(Qt::OtherFocusReason);
         } else if (write.txt2Index >= 0 && write.txt2Index < profile::kStageFieldCount) {

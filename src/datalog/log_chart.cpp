@@ -57,12 +57,15 @@ private:
     QFontMetricsF metrics_;
 };
 
-QPen linePen(QRgb colour, double widthPx, Qt::PenStyle style = Qt::SolidLine) {
+QPen linePen(const QPainter& painter, QRgb colour, double widthPx,
+             Qt::PenStyle style = Qt::SolidLine) {
     QPen pen(QColor::fromRgb(colour));
-    // Whole pixels: a one-pixel line is drawn as a hairline, which the raster engine draws
-    // many times faster than a stroked outline, and thicker ones stay crisp without smoothing.
-    const double width = std::round(widthPx);
-    pen.setWidthF(width <= 1.0 ? 0.0 : width);
+    // Whole device pixels: a one-pixel line is drawn as a hairline, which the raster engine
+    // draws many times faster than a stroked outline, and thicker ones stay crisp without
+    // smoothing. On a high-density screen a logical pixel is several device pixels.
+    const double ratio = painter.device() != nullptr ? painter.device()->devicePixelRatioF() : 1.0;
+    const double width = std::round(widthPx * ratio);
+    pen.setWidthF(width <= 1.0 ? 0.0 : width / ratio);
     pen.setStyle(style);
     pen.setCapStyle(Qt::FlatCap);
     return pen;
@@ -210,12 +213,12 @@ public:
           frame_(map.x(f.left), map.y(f.top), f.width() * map.ux, f.height() * map.uy) {}
 
     void gridAndFrame() {
-        painter_.setPen(linePen(kGridColour, thin_));
+        painter_.setPen(linePen(painter_, kGridColour, thin_));
         for (int k = 1; k < s_.D; ++k) {
             const double y = map_.y(divisionY(k));
             painter_.drawLine(QPointF(frame_.left(), y), QPointF(frame_.right(), y));
         }
-        painter_.setPen(linePen(kFrameColour, thin_));
+        painter_.setPen(linePen(painter_, kFrameColour, thin_));
         painter_.setBrush(Qt::NoBrush);
         painter_.drawRect(frame_);
     }
@@ -271,7 +274,7 @@ private:
         const std::vector<int> chosen = ChooseTimeLabels(
             centres, [&](int j) { return text.width(label(j)); },
             0.75 * text.width(QStringLiteral("00:00")), text.width(QStringLiteral(" ")));
-        painter_.setPen(linePen(kGridColour, thin_));
+        painter_.setPen(linePen(painter_, kGridColour, thin_));
         for (int j : chosen) {
             const double x = centres[static_cast<size_t>(j)];
             if (x - f_.left > 0.5 && f_.right - x > 0.5) {
@@ -306,7 +309,7 @@ private:
             pts.emplace_back(map_.x(rowX(j)),
                              map_.y(f_.bottom - (v - bottom) * f_.height() / span));
         }
-        painter_.setPen(linePen(colour, 0.35 * map_.ux));
+        painter_.setPen(linePen(painter_, colour, 0.35 * map_.ux));
         const QPolygonF line = decimate(pts);
         if (line.size() == 1) {
             painter_.drawPoint(line.front());
@@ -325,9 +328,9 @@ private:
             const char* name;
         } entries[] = {{-42, kVoltageColour, "Voltage"},
                        {-17, kCurrentColour, "Current"},
-                       {8, kChargeColour, "AH"}};
+                       {8, kChargeColour, "Ah"}};
         for (const auto& e : entries) {
-            painter_.setPen(linePen(e.colour, lw));
+            painter_.setPen(linePen(painter_, e.colour, lw));
             painter_.drawLine(QPointF(map_.x(f_.right + e.at), map_.y(ly)),
                               QPointF(map_.x(f_.right + e.at + 7), map_.y(ly)));
             text.at(f_.right + e.at + 9, ty, QLatin1String(e.name), 0xFF000000);
@@ -337,10 +340,16 @@ private:
     // Description and time stamp under the time axis, clear of the legend.
     void description(const TextWriter& text) {
         const double room = std::max(0.0, (f_.right - 44.0) - f_.left) * map_.ux;
-        const QString desc = text.metrics().elidedText(QStringLiteral("Desc: ") + data_.description,
-                                                       Qt::ElideRight, room);
+        // The caption ("Desc:", "Time:") always shows; only what follows it is shortened.
+        const auto fit = [&](const QString& whole) {
+            const int colon = whole.indexOf(QLatin1String(": "));
+            const QString head = colon < 0 ? QString() : whole.left(colon + 2);
+            const double left = std::max(0.0, room - text.metrics().horizontalAdvance(head));
+            return head + text.metrics().elidedText(whole.mid(head.size()), Qt::ElideRight, left);
+        };
+        const QString desc = fit(QStringLiteral("Desc: ") + data_.description);
         text.at(f_.left, f_.bottom + 9.0, desc, 0xFF000000);
-        const QString stamp = text.metrics().elidedText(data_.labTime, Qt::ElideRight, room);
+        const QString stamp = fit(data_.labTime);
         text.at(f_.left, f_.bottom + 9.0 + text.height(), stamp, 0xFF000000);
     }
 
@@ -357,10 +366,10 @@ private:
                 continue;
             }
             prevEnd = x + w / 2.0;
-            painter_.setPen(linePen(kFrameColour, thin_));
+            painter_.setPen(linePen(painter_, kFrameColour, thin_));
             painter_.drawLine(QPointF(map_.x(x), map_.y(lineTop)),
                               QPointF(map_.x(x), frame_.top()));
-            painter_.setPen(linePen(kFrameColour, thin_, Qt::DotLine));
+            painter_.setPen(linePen(painter_, kFrameColour, thin_, Qt::DotLine));
             painter_.drawLine(QPointF(map_.x(x), frame_.top()),
                               QPointF(map_.x(x), frame_.bottom()));
             text.at(x - w / 2.0, lineTop - 5.0 - th / 2.0, name, 0xFF000000);
@@ -412,22 +421,24 @@ void DrawLogChart(QPaintDevice& device, const ChartData& data) {
     DrawLogChart(painter, QRectF(0, 0, device.width(), device.height()), data);
 }
 
-QImage RenderChartImage(const ChartData& data, const QSize& size) {
+QImage RenderChartImage(const ChartData& data, const QSize& size, int dpi) {
     QImage image(size, QImage::Format_RGB32);
     if (image.isNull()) {
         return image;
     }
-    // 96 dpi whatever the screen, so the same data gives the same picture everywhere.
-    image.setDotsPerMeterX(3780);
-    image.setDotsPerMeterY(3780);
+    // A fixed resolution whatever the screen, so the same data gives the same picture
+    // everywhere; 96 dpi unless the caller wants lines and text to grow with the image.
+    const int dotsPerMeter = static_cast<int>(std::lround(dpi / 0.0254));
+    image.setDotsPerMeterX(dotsPerMeter);
+    image.setDotsPerMeterY(dotsPerMeter);
     image.fill(Qt::white);
     QPainter painter(&image);
     DrawLogChart(painter, QRectF(QPointF(0, 0), QSizeF(size)), data);
     return image;
 }
 
-FileResult SaveChartPng(const ChartData& data, const QSize& size, const QString& path) {
-    const QImage image = RenderChartImage(data, size);
+FileResult SaveChartPng(const ChartData& data, const QSize& size, const QString& path, int dpi) {
+    const QImage image = RenderChartImage(data, size, dpi);
     if (image.isNull()) {
         return {false, QStringLiteral("Image size not usable")};
     }

@@ -56,10 +56,13 @@ void DrawLogChart(QPainter& painter, const QRectF& surface, const ChartData& dat
 // The same onto a whole device (a widget, an image, a printer page).
 void DrawLogChart(QPaintDevice& device, const ChartData& data);
 
-// The chart as an image of the given pixel size at 96 dpi.
-QImage RenderChartImage(const ChartData& data, const QSize& size);
+// The chart as an image of the given pixel size, at 96 dpi unless told otherwise.
+QImage RenderChartImage(const ChartData& data, const QSize& size, int dpi = 96);
 // PNG through QSaveFile: an existing file stays untouched when the write fails.
-FileResult SaveChartPng(const ChartData& data, const QSize& size, const QString& path);
+// dpi scales lines and text with the picture (192 for a 1920 x 1080 picture that should
+// read like the 960-pixel-wide chart on screen).
+FileResult SaveChartPng(const ChartData& data, const QSize& size, const QString& path,
+                        int dpi = 96);
 // One A4 landscape PDF page with the chart, its description and its time stamp.
 FileResult ExportChartPdf(const ChartData& data, const QString& path);
 

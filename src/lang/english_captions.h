@@ -55,13 +55,54 @@ inline constexpr EnglishCaption kEnglishCaptions[] = {
     {"020004", "Open"},
     {"020005", "Save"},
     {"020006", "Desc"},
+    {"900000", "Write &all pages"},
+    {"900001", "&Write page"},
+    {"900002", "&Write page"},
+    {"900003", "&Write page"},
+    {"900004", "&Write page"},
+    {"900005", "&Write page"},
+    {"900010",
+     "Red color means wrong entry or conflict of previous setting .Recheck just entered setting ."},
+    {"900011",
+     "Red color means wrong entry or conflict of previous setting .Recheck just entered setting ."},
+    {"900012",
+     "Red color means wrong entry or conflict of previous setting .Recheck just entered setting ."},
+    {"900013",
+     "Red color means wrong entry or conflict of previous setting .Recheck just entered setting ."},
+    {"900100", "&Settings"},
+    {"900101", "&Save settings..."},
+    {"900102", "&Open settings..."},
+    {"900103", "&Compare with charger"},
+    {"900104", "&Fast link"},
+    {"900110", "&Help"},
+    {"900111", "&About ZUN"},
+    {"900200", "&Print"},
+    {"900201", "Export P&DF"},
+    {"900202", "Export P&NG"},
+    {"900203", "&Cancel"},
+    {"900300", "Temperature compensation coefficient of battery :"},
+    {"900301", "Reference temperature for voltage :"},
+    {"900302", "Battery temperature derating :"},
+    {"900303", "Reference temperature for starting derating current :"},
+    {"900310", "Amount of charge above :"},
+    {"900311", "N stage :"},
+    {"900320", "Jump to stage"},
+    {"900330", "from"},
+    {"900331", "to"},
+    {"900340", "Voltage rise in 5 Min. below (A)"},
+    {"900341", "Temperature rise above (\u00B0C)"},
+    {"900342", "Amount of charge in this section above (AH)"},
+    {"900343", "Charge in this section percent of nominal bat capacity (%)"},
+    {"900344", "Temperature above (C)"},
+    {"900345", "Temperature rise above (\u00B0C)"},
+    {"900346", "Amount of charge in this section above (AH)"},
 };
 
 // The English caption of a key; a null QString for a key that has none.
 inline QString englishCaptionOf(QStringView key) {
     for (const EnglishCaption& c : kEnglishCaptions) {
         if (key == QLatin1String(c.key)) {
-            return QString::fromLatin1(c.text);
+            return QString::fromUtf8(c.text);
         }
     }
     return QString();

@@ -8,6 +8,7 @@
 #include "sim/virtual_charger.h"
 
 #include <QAbstractButton>
+#include <QMenu>
 #include <QSerialPort>
 #include <QStatusBar>
 #include <QTemporaryDir>
@@ -64,6 +65,13 @@ QString captionOf(app::FrmMain& w, const QString& key) {
         return tabs ? tabs->tabText(target->tab) : QStringLiteral("<missing>");
     }
     QWidget* c = w.findChild<QWidget*>(target->control);
+    if (c == nullptr) {
+        auto* a = w.findChild<QAction*>(target->control);
+        return a ? a->text() : QStringLiteral("<missing>");
+    }
+    if (auto* m = qobject_cast<QMenu*>(c)) {
+        return m->title();
+    }
     if (auto* l = qobject_cast<QLabel*>(c)) {
         return l->text();
     }
@@ -78,6 +86,8 @@ QString captionOf(app::FrmMain& w, const QString& key) {
 class TestStartup : public QObject {
     Q_OBJECT
 private slots:
+    // Closing a window remembers its size: into a test folder, not the user's settings.
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void findsTheChargerOnTheThirdPort();
     void anotherRunTimeIsPassedOverAndTheLastPortChosen();
     void noPortsMeansNothingSelected();
@@ -252,6 +262,15 @@ void TestStartup::languageChoiceAppliesAndIsRemembered() {
         QCOMPARE(captionOf(*w, "010000"), QStringLiteral("Ladeprofil"));
         QCOMPARE(captionOf(*w, "011000"), QStringLiteral("Allgemeine Einstellungen"));
         QCOMPARE(captionOf(*w, "020001"), QStringLiteral("Gesamtlaufzeit"));
+        // The program's own captions follow: write buttons, every red note, menus, outputs.
+        QCOMPARE(captionOf(*w, "900000"), QStringLiteral("&Alle Seiten schreiben"));
+        QCOMPARE(captionOf(*w, "900003"), QStringLiteral("Seite &schreiben"));
+        for (const char* note : {"900010", "900011", "900012", "900013"}) {
+            QCOMPARE(captionOf(*w, note), captionOf(*w, "011302"));
+        }
+        QCOMPARE(captionOf(*w, "900100"), QStringLiteral("&Einstellungen"));
+        QCOMPARE(captionOf(*w, "900111"), QStringLiteral("&\u00DCber ZUN"));
+        QCOMPARE(captionOf(*w, "900203"), QStringLiteral("&Abbrechen"));
     }
     auto again = startWindow({}, dir.path());
     QCOMPARE(again->CmbLang->currentText(), QStringLiteral("Deutsch"));
@@ -293,10 +312,11 @@ void TestStartup::busyPortIsNamedInTheStatusBar() {
     QCOMPARE(w->statusBar()->currentMessage(),
              QStringLiteral("%1: busy: another program is using the port").arg(held.device()));
 
-    // Nothing refused: no status bar at all, the window looks as it always did.
+    // Nothing refused: the status line reports the search, no port trouble.
     other.close();
     auto plain = startWindow({held.device()});
-    QVERIFY(plain->findChild<QStatusBar*>() == nullptr);
+    QVERIFY2(!plain->statusBar()->currentMessage().contains(QStringLiteral("busy")),
+             qPrintable(plain->statusBar()->currentMessage()));
 
     // A port taken by another program after start-up: choosing it again says so beside the
     // "No Connection" label.

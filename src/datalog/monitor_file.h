@@ -22,9 +22,10 @@ QString MonitorTimeText(qint64 msecs);
 // note: "reconnected" on the first reading after the line was lost.
 QString MonitorLine(const MonitorSample& sample);
 
-// Records readings to a file one line at a time. Each line is handed to the system as soon as
-// it is written, so a killed program leaves every line but possibly the last whole. A file that
-// cannot be written stops the recording; the caller keeps its readings in memory.
+// Records readings to a file one line at a time. Each line is handed to the system and put on
+// the disk as soon as it is written, so a killed program or a power cut leaves every line but
+// possibly the last whole. A file that cannot be written stops the recording; the caller keeps
+// its readings in memory.
 class MonitorRecorder {
 public:
     MonitorRecorder() = default;

@@ -36,39 +36,9 @@ bool readNumber(const QCommandLineParser& parser, const QString& name, qint64 lo
     return true;
 }
 
-}  // namespace
-
-int main(int argc, char* argv[]) {
-#ifdef SIGXFSZ
-    // Under a file size limit a write must fail with its message, not end the program.
-    std::signal(SIGXFSZ, SIG_IGN);
-#endif
-    // The stop signals are taken by sigwait at the end; blocked before any thread exists, so
-    // that every thread inherits the mask and none of them dies of them.
-    sigset_t stopSignals;
-    sigemptyset(&stopSignals);
-    sigaddset(&stopSignals, SIGINT);
-    sigaddset(&stopSignals, SIGTERM);
-    // SIGUSR1 pulls the adapter out, the next one plugs it in again.
-    sigaddset(&stopSignals, SIGUSR1);
-    // A shell starts background jobs with SIGINT ignored, and an ignored signal never reaches
-    // sigwait.
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
-    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
-
-    QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("zun-sim"));
-    QCoreApplication::setApplicationVersion(zun::link::BuildInfo::versionLine());
-
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
-        "Virtual charger on a pseudo-terminal. Prints the device path, serves until SIGINT or "
-        "SIGTERM. SIGUSR1 lets the device vanish, the next SIGUSR1 brings it back (under the "
-        "same --link name) and prints the new device path."));
-    parser.addHelpOption();
-    parser.addVersionOption();
-    const QList<QCommandLineOption> options = {
+// Every option of zun-sim, with its help text.
+QList<QCommandLineOption> simOptions() {
+    return {
         {QStringLiteral("link"), QStringLiteral("Make a symbolic link PATH to the device."),
          QStringLiteral("PATH")},
         {QStringLiteral("model"), QStringLiteral("Model code (default 3110)."),
@@ -121,14 +91,11 @@ int main(int argc, char* argv[]) {
                         "(60: an hour a minute)."),
          QStringLiteral("SCALE")},
     };
-    parser.addOptions(options);
-    parser.process(app);
+}
 
-    if (!parser.positionalArguments().isEmpty()) {
-        fprintf(stderr, "zun-sim: unexpected argument %s\n",
-                qPrintable(parser.positionalArguments().first()));
-        return 2;
-    }
+// The charger as the options describe it; false (with a message on stderr) for a value out of
+// range.
+bool configure(const QCommandLineParser& parser, VirtualCharger& charger) {
     qint64 model = VirtualCharger::kDefaultModel;
     qint64 runTime = VirtualCharger::kDefaultRunTimeMinutes;
     qint64 records = 144;
@@ -148,14 +115,14 @@ int main(int argc, char* argv[]) {
         !readNumber(parser, QStringLiteral("delay-ms"), 0, 60000, delayMs) ||
         !readNumber(parser, QStringLiteral("vanish-at"), 0, 1000000, vanishAt) ||
         !readNumber(parser, QStringLiteral("trickle-ms"), 0, 10000, trickleMs)) {
-        return 2;
+        return false;
     }
     if (parser.isSet(QStringLiteral("wrong-ack-for"))) {
         bool ok = false;
         wrongFor = parser.value(QStringLiteral("wrong-ack-for")).toInt(&ok, 16);
         if (!ok || wrongFor < 0x51 || wrongFor > 0x55) {
             fprintf(stderr, "zun-sim: --wrong-ack-for wants a write command from 51 to 55\n");
-            return 2;
+            return false;
         }
     }
 
@@ -166,13 +133,12 @@ int main(int argc, char* argv[]) {
             const int command = text.trimmed().toInt(&ok, 16);
             if (!ok || command < 0x50 || command > 0x78) {
                 fprintf(stderr, "zun-sim: --faults-for wants commands from 50 to 78 (hex)\n");
-                return 2;
+                return false;
             }
             onlyFor.append(quint8(command));
         }
     }
 
-    VirtualCharger charger;
     charger.setModelCode(quint16(model));
     charger.setRunTimeMinutes(quint32(runTime));
     charger.setLog(parser.isSet(QStringLiteral("wrapped")) ? ChargeLog::Wrapped(int(pointer))
@@ -199,18 +165,35 @@ int main(int argc, char* argv[]) {
     faults.firstByteDelayMs = int(delayMs);
     faults.ignorePointerRequest = parser.isSet(QStringLiteral("no-pointer"));
     charger.setFaults(faults);
+    return true;
+}
 
-    QFile record;
-    std::atomic<bool> recording = true;
+// --moving-live: false with a message for a scale that is not a positive number.
+bool configureMovingLive(const QCommandLineParser& parser, VirtualCharger& charger) {
+    if (parser.isSet(QStringLiteral("moving-live"))) {
+        bool ok = false;
+        const double scale = parser.value(QStringLiteral("moving-live")).toDouble(&ok);
+        if (!ok || scale <= 0) {
+            fprintf(stderr, "zun-sim: --moving-live wants a positive number\n");
+            return false;
+        }
+        charger.setMovingLive(scale);
+    }
+
+    return true;
+}
+
+// --record: every request frame appended as a hex line. A failed write (full disk, size limit)
+// ends the recording with one message; the charger goes on serving.
+bool startRecording(const QCommandLineParser& parser, VirtualCharger& charger, QFile& record,
+                    std::atomic<bool>& recording) {
     if (parser.isSet(QStringLiteral("record"))) {
         record.setFileName(parser.value(QStringLiteral("record")));
         if (!record.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text)) {
             fprintf(stderr, "zun-sim: cannot open %s: %s\n", qPrintable(record.fileName()),
                     qPrintable(record.errorString()));
-            return 1;
+            return false;
         }
-        // A failed write (full disk, size limit) ends the recording with one message; the
-        // charger goes on serving.
         charger.setRequestListener([&record, &recording](const QString& frame) {
             if (!recording) {
                 return;
@@ -229,14 +212,77 @@ int main(int argc, char* argv[]) {
         });
     }
 
-    if (parser.isSet(QStringLiteral("moving-live"))) {
-        bool ok = false;
-        const double scale = parser.value(QStringLiteral("moving-live")).toDouble(&ok);
-        if (!ok || scale <= 0) {
-            fprintf(stderr, "zun-sim: --moving-live wants a positive number\n");
-            return 2;
+    return true;
+}
+
+// Serves until SIGINT or SIGTERM; SIGUSR1 lets the device vanish and, the next time, return.
+int serve(PtyHost& host, const sigset_t& stopSignals) {
+    QString error;
+    int signal = 0;
+    while (sigwait(&stopSignals, &signal) == 0 && signal == SIGUSR1) {
+        if (host.isRunning()) {
+            host.vanish();
+            continue;
         }
-        charger.setMovingLive(scale);
+        if (!host.comeBack(&error)) {
+            fprintf(stderr, "zun-sim: %s\n", qPrintable(error));
+            return 1;
+        }
+        printf("%s\n", qPrintable(host.devicePath()));
+        fflush(stdout);
+    }
+    host.stop();
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+#ifdef SIGXFSZ
+    // Under a file size limit a write must fail with its message, not end the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+#endif
+    // The stop signals are taken by sigwait at the end; blocked before any thread exists, so
+    // that every thread inherits the mask and none of them dies of them.
+    sigset_t stopSignals;
+    sigemptyset(&stopSignals);
+    sigaddset(&stopSignals, SIGINT);
+    sigaddset(&stopSignals, SIGTERM);
+    // SIGUSR1 pulls the adapter out, the next one plugs it in again.
+    sigaddset(&stopSignals, SIGUSR1);
+    // A shell starts background jobs with SIGINT ignored, and an ignored signal never reaches
+    // sigwait.
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
+
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("zun-sim"));
+    QCoreApplication::setApplicationVersion(zun::link::BuildInfo::versionLine());
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Virtual charger on a pseudo-terminal. Prints the device path, serves until SIGINT or "
+        "SIGTERM. SIGUSR1 lets the device vanish, the next SIGUSR1 brings it back (under the "
+        "same --link name) and prints the new device path."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addOptions(simOptions());
+    parser.process(app);
+
+    if (!parser.positionalArguments().isEmpty()) {
+        fprintf(stderr, "zun-sim: unexpected argument %s\n",
+                qPrintable(parser.positionalArguments().first()));
+        return 2;
+    }
+    VirtualCharger charger;
+    if (!configure(parser, charger) || !configureMovingLive(parser, charger)) {
+        return 2;
+    }
+    QFile record;
+    std::atomic<bool> recording = true;
+    if (!startRecording(parser, charger, record, recording)) {
+        return 1;
     }
 
     PtyHost host(charger);
@@ -254,19 +300,5 @@ int main(int argc, char* argv[]) {
     printf("%s\n", qPrintable(host.devicePath()));
     fflush(stdout);
 
-    int signal = 0;
-    while (sigwait(&stopSignals, &signal) == 0 && signal == SIGUSR1) {
-        if (host.isRunning()) {
-            host.vanish();
-            continue;
-        }
-        if (!host.comeBack(&error)) {
-            fprintf(stderr, "zun-sim: %s\n", qPrintable(error));
-            return 1;
-        }
-        printf("%s\n", qPrintable(host.devicePath()));
-        fflush(stdout);
-    }
-    host.stop();
-    return 0;
+    return serve(host, stopSignals);
 }

@@ -1,5 +1,7 @@
 #include "app/line_trace_window.h"
 
+#include "fileio/save_file.h"
+
 #include <QClipboard>
 #include <QDateTime>
 #include <QDir>
@@ -7,7 +9,6 @@
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QMessageBox>
-#include <QSaveFile>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
@@ -76,12 +77,11 @@ void LineTraceWindow::CmdTraceSave_Click() {
     if (path.isEmpty()) {
         return;
     }
-    // Written beside and renamed: a failed save leaves an existing file as it was.
-    QSaveFile file(path);
-    const QByteArray bytes = trace_.text().toUtf8();
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+    // The shared safe writer: a failed save leaves an existing file as it was and says why.
+    const fileio::SaveOutcome saved = fileio::SaveWholeFile(path, trace_.text().toUtf8());
+    if (!saved.ok) {
         const QString why = QStringLiteral("The line trace was not saved to '%1': %2")
-                                .arg(QDir::toNativeSeparators(path), file.errorString());
+                                .arg(QDir::toNativeSeparators(path), saved.reason);
         if (tellError) {
             tellError(why);
         } else {

@@ -9,6 +9,7 @@
 #include "datalog/log_table_model.h"
 #include "datalog/monitor_file.h"
 #include "datalog/run_time.h"
+#include "fileio/os_file.h"
 #include "link/codec.h"
 #include "link/frames.h"
 #include "link/model_table.h"
@@ -26,12 +27,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTimer>
-
-#ifdef Q_OS_WIN
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
 
 #include <atomic>
 #include <csignal>
@@ -535,14 +530,6 @@ int Live(const Invocation& inv, FILE* out, FILE* err) {
 
 // ---- log ----
 
-bool isTerminal(FILE* f) {
-#ifdef Q_OS_WIN
-    return _isatty(_fileno(f)) != 0;
-#else
-    return isatty(fileno(f)) != 0;
-#endif
-}
-
 QJsonArray numbers(const std::vector<int>& list) {
     QJsonArray a;
     for (int n : list) {
@@ -582,7 +569,7 @@ void reportShortfall(const datalog::DownloadResult& result, const QString& short
 
 class ProgressBar {
 public:
-    explicit ProgressBar(FILE* err) : err_(err), tty_(isTerminal(err)) {}
+    explicit ProgressBar(FILE* err) : err_(err), tty_(fileio::StreamIsTerminal(err)) {}
 
     void setTotal(int total) { total_ = total; }
     void row() {

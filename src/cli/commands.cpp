@@ -9,6 +9,7 @@
 #include "datalog/log_table_model.h"
 #include "datalog/monitor_file.h"
 #include "datalog/run_time.h"
+#include "fileio/os_file.h"
 #include "link/codec.h"
 #include "link/frames.h"
 #include "link/model_table.h"
@@ -26,12 +27,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTimer>
-
-#ifdef Q_OS_WIN
-#include <io.h>
-#else
-#include <unistd.h>
-#endif
 
 #include <atomic>
 #include <csignal>
@@ -338,6 +333,76 @@ QString refusal(const session::PageResult& r) {
     return failed.join(QStringLiteral("; "));
 }
 
+// The frames of the chosen pages, profile by profile.
+using WritePlan = std::vector<std::pair<int, std::vector<profile::PageFrames>>>;
+
+// Prints every field of the chosen profiles that is wrong or only doubtful; true when one is
+// wrong.
+bool anyWrongField(const Invocation& inv, const profile::SettingsFile& settings,
+                   const profile::ChargerContext& context, FILE* err) {
+    bool refused = false;
+    for (int p : chosenProfiles(inv)) {
+        const ProfileCheck check = CheckProfile(settings.profiles[p], p, context);
+        for (const FieldProblem& w : check.warnings) {
+            print(err,
+                  QStringLiteral("zunctl: warning: %1 = %2: %3").arg(w.path, w.value, w.reason));
+        }
+        for (const FieldProblem& w : check.wrong) {
+            print(err, QStringLiteral("zunctl: %1 = %2: %3").arg(w.path, w.value, w.reason));
+        }
+        refused = refused || !check.ok();
+    }
+    return refused;
+}
+
+// Throws where a value does not fit its frame.
+WritePlan planWrite(const Invocation& inv, const profile::SettingsFile& settings,
+                    const profile::ChargerContext& context) {
+    WritePlan plans;
+    for (int p : chosenProfiles(inv)) {
+        const profile::ProfilePages pages = profile::PagesFor(settings.profiles[p], p, context);
+        plans.emplace_back(p, profile::PlanWrite(pages, inv.pages, !context.modelCode.isEmpty()));
+    }
+    return plans;
+}
+
+void printPlan(const WritePlan& plans, FILE* out) {
+    for (const auto& [p, plan] : plans) {
+        for (const profile::PageFrames& page : plan) {
+            for (const QString& frame : page.frames) {
+                print(out, frame);
+            }
+        }
+    }
+}
+
+// Writes the pages in order; the first one the charger does not acknowledge ends the command.
+int sendPlan(session::ChargerSession& session, const WritePlan& plans, FILE* out, FILE* err) {
+    std::vector<session::PageWrite> writes;
+    std::vector<int> profileOf;
+    for (const auto& [p, plan] : plans) {
+        for (const profile::PageFrames& page : plan) {
+            const QStringList frames = page.frames;
+            writes.push_back({page.page, [frames] { return std::optional<QStringList>(frames); }});
+            profileOf.push_back(p);
+        }
+    }
+    const std::vector<session::PageResult> results = session.writePages(writes);
+    for (size_t i = 0; i < results.size(); ++i) {
+        const session::PageResult& r = results[i];
+        const QString name =
+            QStringLiteral("profile %1 %2").arg(profileOf[i] + 1).arg(profile::PageName(r.page));
+        if (r.outcome == session::PageOutcome::Acknowledged) {
+            print(out, QStringLiteral("%1: acknowledged").arg(name));
+        } else if (r.outcome == session::PageOutcome::Refused) {
+            print(err, QStringLiteral("zunctl: %1: the charger did not acknowledge (%2)")
+                           .arg(name, refusal(r)));
+            return kExitNoAnswer;
+        }
+    }
+    return kExitDone;
+}
+
 int Write(const Invocation& inv, FILE* out, FILE* err) {
     profile::SettingsFile settings;
     if (const int code = readSettingsArgument(inv.arguments.first(), settings, err)) {
@@ -352,71 +417,25 @@ int Write(const Invocation& inv, FILE* out, FILE* err) {
         model = session->modelCode();
     }
     const profile::ChargerContext context = profile::ContextForModel(model);
-
-    bool refused = false;
-    for (int p : chosenProfiles(inv)) {
-        const ProfileCheck check = CheckProfile(settings.profiles[p], p, context);
-        for (const FieldProblem& w : check.warnings) {
-            print(err,
-                  QStringLiteral("zunctl: warning: %1 = %2: %3").arg(w.path, w.value, w.reason));
-        }
-        for (const FieldProblem& w : check.wrong) {
-            print(err, QStringLiteral("zunctl: %1 = %2: %3").arg(w.path, w.value, w.reason));
-        }
-        refused = refused || !check.ok();
-    }
-    if (refused) {
+    if (anyWrongField(inv, settings, context, err)) {
         return fail(
             err, kExitUsage,
             QStringLiteral("%1: wrong fields; nothing was sent").arg(inv.arguments.first()));
     }
-
-    std::vector<std::pair<int, std::vector<profile::PageFrames>>> plans;
+    WritePlan plans;
     try {
-        for (int p : chosenProfiles(inv)) {
-            const profile::ProfilePages pages = profile::PagesFor(settings.profiles[p], p, context);
-            plans.emplace_back(p,
-                               profile::PlanWrite(pages, inv.pages, !context.modelCode.isEmpty()));
-        }
+        plans = planWrite(inv, settings, context);
     } catch (const std::exception& e) {
         return fail(err, kExitUsage,
                     QStringLiteral("%1: a value does not fit its frame (%2); nothing was sent")
                         .arg(inv.arguments.first(), QString::fromLatin1(e.what())));
     }
-
     if (inv.dryRun) {
-        for (const auto& [p, plan] : plans) {
-            for (const profile::PageFrames& page : plan) {
-                for (const QString& frame : page.frames) {
-                    print(out, frame);
-                }
-            }
-        }
+        printPlan(plans, out);
         return kExitDone;
     }
-    std::vector<session::PageWrite> writes;
-    std::vector<int> profileOf;
-    for (const auto& [p, plan] : plans) {
-        for (const profile::PageFrames& page : plan) {
-            const QStringList frames = page.frames;
-            writes.push_back({page.page, [frames] { return std::optional<QStringList>(frames); }});
-            profileOf.push_back(p);
-        }
-    }
-    const std::vector<session::PageResult> results = session->writePages(writes);
-    for (size_t i = 0; i < results.size(); ++i) {
-        const session::PageResult& r = results[i];
-        const QString name =
-            QStringLiteral("profile %1 %2").arg(profileOf[i] + 1).arg(profile::PageName(r.page));
-        if (r.outcome == session::PageOutcome::Acknowledged) {
-            print(out, QStringLiteral("%1: acknowledged").arg(name));
-        } else if (r.outcome == session::PageOutcome::Refused) {
-            print(err, QStringLiteral("zunctl: %1: the charger did not acknowledge (%2)")
-                           .arg(name, refusal(r)));
-            return kExitNoAnswer;
-        }
-    }
-    return kExitDone;
+    // --model goes with --dry-run only, so a real write always has its session.
+    return sendPlan(*session, plans, out, err);
 }
 
 // ---- verify ----
@@ -535,14 +554,6 @@ int Live(const Invocation& inv, FILE* out, FILE* err) {
 
 // ---- log ----
 
-bool isTerminal(FILE* f) {
-#ifdef Q_OS_WIN
-    return _isatty(_fileno(f)) != 0;
-#else
-    return isatty(fileno(f)) != 0;
-#endif
-}
-
 QJsonArray numbers(const std::vector<int>& list) {
     QJsonArray a;
     for (int n : list) {
@@ -582,7 +593,7 @@ void reportShortfall(const datalog::DownloadResult& result, const QString& short
 
 class ProgressBar {
 public:
-    explicit ProgressBar(FILE* err) : err_(err), tty_(isTerminal(err)) {}
+    explicit ProgressBar(FILE* err) : err_(err), tty_(fileio::StreamIsTerminal(err)) {}
 
     void setTotal(int total) { total_ = total; }
     void row() {

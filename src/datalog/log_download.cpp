@@ -274,9 +274,11 @@ StreamLimits StreamLimitsFor(int expected) {
     return limits;
 }
 
-std::vector<LogRow> StreamLogDownload(link::Exchange& exchange, const DownloadProgress& progress,
-                                      DownloadResult* result) {
-    std::vector<LogRow> rows;
+namespace {
+
+// Asks for the run time, which says how many records the streamed transfer will bring. Zero
+// when there is nothing to expect or the line failed.
+int streamedRecordsToExpect(link::Exchange& exchange, DownloadResult* result) {
     const QString runTimeFrame = QLatin1String(link::kRunTimeRequest);
     const QString runTimeReply = exchange.SendFrame(runTimeFrame);
     const RunTimeReading runTime = DecodeRunTime(runTimeReply);
@@ -285,7 +287,7 @@ std::vector<LogRow> StreamLogDownload(link::Exchange& exchange, const DownloadPr
         if (outcome.lineFailed()) {
             result->lineFailure = link::DescribeLineFailure(outcome);
             result->problems << QStringLiteral("run time: ") + result->lineFailure;
-            return rows;
+            return 0;
         }
         const link::ReplyVerdict v = link::CheckReplyText(runTimeFrame, runTimeReply);
         if (!runTimeReply.isEmpty() && v.state != link::ReplyState::Complete) {
@@ -294,103 +296,159 @@ std::vector<LogRow> StreamLogDownload(link::Exchange& exchange, const DownloadPr
         }
     }
     if (runTime.outcome != ReplyOutcome::Show) {
-        return rows;
+        return 0;
     }
     // The expected count is a 16-bit number; a negative run time means nothing to expect.
-    const int expected = std::clamp(runTime.minutes / 10, 0, 32767);
-    if (expected == 0) {
-        return rows;
-    }
-    const int asked = std::min(expected, kRingSlots);
-    if (result) {
-        result->recordsAsked = asked;
-    }
-    const StreamLimits limits = StreamLimitsFor(expected);
-    exchange.WaitSeconds(kStreamStartWait);
-    QString text;
-    exchange.ResetAndWrite(QByteArray::fromHex(QByteArray(link::kStreamRequest)));
+    return std::clamp(runTime.minutes / 10, 0, 32767);
+}
 
-    enum class Phase { Head, FirstRecord, Records } phase = Phase::Head;
-    int k = 0;
+// Cuts the streamed bytes into rows as they come in: first a head, then whatever precedes
+// record 0001, then one record after the other.
+class StreamedRecords {
+public:
+    StreamedRecords(int expected, const DownloadProgress& progress, DownloadResult* result)
+        : expected_(expected),
+          asked_(std::min(expected, kRingSlots)),
+          progress_(progress),
+          result_(result) {}
+
+    // Polls the line until it falls quiet; why it had to be cut off instead, or empty.
+    QString receive(link::Exchange& exchange, const StreamLimits& limits);
+    // Counts the records that never came as missing and notes why the line was cut off.
+    void account(const QString& failure);
+    std::vector<LogRow> takeRows() { return std::move(rows_); }
+
+private:
+    enum class Phase { Head, FirstRecord, Records };
+
+    void add(const QByteArray& bytes);
+    bool reachFirstRecord();
+    void takeRecord();
+
+    const int expected_;
+    const int asked_;
+    const DownloadProgress& progress_;
+    DownloadResult* result_;
+    std::vector<LogRow> rows_;
+    Phase phase_ = Phase::Head;
+    int k_ = 0;  // the number the next record should carry; 0 until record 0001 is found
+    QString text_;
+};
+
+QString StreamedRecords::receive(link::Exchange& exchange, const StreamLimits& limits) {
     int idle = 0;
     qint64 received = 0;
-    QString failure;
     for (int poll = 0;; ++poll) {
         if (poll >= limits.polls) {
-            failure = QStringLiteral("the line did not fall quiet (still sending after %1 s)")
-                          .arg(double(limits.polls) * kStreamPollSeconds, 0, 'f', 1);
-            break;
+            return QStringLiteral("the line did not fall quiet (still sending after %1 s)")
+                .arg(double(limits.polls) * kStreamPollSeconds, 0, 'f', 1);
         }
         exchange.WaitSeconds(kStreamPollSeconds);
         const QByteArray bytes = exchange.ReadWaiting();
         if (bytes.isEmpty()) {
             if (!exchange.lineUp()) {
-                failure = QStringLiteral("the port vanished during the transfer");
-                break;
+                return QStringLiteral("the port vanished during the transfer");
             }
             if (++idle > kStreamIdlePolls) {
-                break;
+                return QString();
             }
             continue;
         }
         idle = 0;
         received += bytes.size();
-        if (k < expected + 1) {
-            text += QString::fromLatin1(bytes.toHex().toUpper());
+        add(bytes);
+        if (received > limits.bytes) {
+            return QStringLiteral(
+                       "the line did not fall quiet (more than %1 bytes, the transfer of %2 "
+                       "records has fewer)")
+                .arg(limits.bytes)
+                .arg(expected_);
         }
-        // Everything expected may be in already; the rest only keeps the line busy.
-        while (k < expected + 1) {
-            if (phase == Phase::Head) {
-                if (text.size() < kRecordChars) {
-                    break;
-                }
-                text.remove(0, kStreamHeadChars);
-                phase = Phase::FirstRecord;
-            }
-            if (phase == Phase::FirstRecord) {
-                const int first = text.indexOf(QLatin1String("0001"));
-                if (first < 0) {
-                    // The number may be split across two reads: keep its possible beginning.
-                    text = text.right(3);
-                    break;
-                }
-                text.remove(0, first);
-                phase = Phase::Records;
-                k = 1;
-                continue;
-            }
-            if (text.size() < kRecordChars) {
+    }
+}
+
+void StreamedRecords::add(const QByteArray& bytes) {
+    if (k_ < expected_ + 1) {
+        text_ += QString::fromLatin1(bytes.toHex().toUpper());
+    }
+    // Everything expected may be in already; the rest only keeps the line busy.
+    while (k_ < expected_ + 1) {
+        if (phase_ != Phase::Records) {
+            if (!reachFirstRecord()) {
                 break;
             }
-            const QString record = text.left(kRecordChars);
-            const int number = fieldValue(record.left(4));
-            emitRow(progress, rows, RecordRow(record, counterText(number)));
-            if (result && number != k && k <= asked) {
-                // Out of sequence: a lost or stray byte has shifted the records.
-                result->damaged.push_back(k);
-            }
-            text.remove(0, kRecordChars);
-            report(progress, ProgressText(k, expected));
-            ++k;
+            continue;
         }
-        if (received > limits.bytes) {
-            failure = QStringLiteral(
-                          "the line did not fall quiet (more than %1 bytes, the transfer of %2 "
-                          "records has fewer)")
-                          .arg(limits.bytes)
-                          .arg(expected);
+        if (text_.size() < kRecordChars) {
             break;
         }
+        takeRecord();
+    }
+}
+
+// Drops the head and what precedes record 0001; false while the text does not reach it yet.
+bool StreamedRecords::reachFirstRecord() {
+    if (phase_ == Phase::Head) {
+        if (text_.size() < kRecordChars) {
+            return false;
+        }
+        text_.remove(0, kStreamHeadChars);
+        phase_ = Phase::FirstRecord;
+    }
+    const int first = text_.indexOf(QLatin1String("0001"));
+    if (first < 0) {
+        // The number may be split across two reads: keep its possible beginning.
+        text_ = text_.right(3);
+        return false;
+    }
+    text_.remove(0, first);
+    phase_ = Phase::Records;
+    k_ = 1;
+    return true;
+}
+
+void StreamedRecords::takeRecord() {
+    const QString record = text_.left(kRecordChars);
+    const int number = fieldValue(record.left(4));
+    emitRow(progress_, rows_, RecordRow(record, counterText(number)));
+    if (result_ && number != k_ && k_ <= asked_) {
+        // Out of sequence: a lost or stray byte has shifted the records.
+        result_->damaged.push_back(k_);
+    }
+    text_.remove(0, kRecordChars);
+    report(progress_, ProgressText(k_, expected_));
+    ++k_;
+}
+
+void StreamedRecords::account(const QString& failure) {
+    if (!result_) {
+        return;
+    }
+    const int came = std::max(0, k_ - 1);
+    addRange(result_->missing, came + 1, asked_);
+    if (!failure.isEmpty()) {
+        result_->lineFailure = failure;
+        result_->problems << QStringLiteral("streamed transfer: ") + failure;
+    }
+}
+
+}  // namespace
+
+std::vector<LogRow> StreamLogDownload(link::Exchange& exchange, const DownloadProgress& progress,
+                                      DownloadResult* result) {
+    const int expected = streamedRecordsToExpect(exchange, result);
+    if (expected == 0) {
+        return {};
     }
     if (result) {
-        const int came = std::max(0, k - 1);
-        addRange(result->missing, came + 1, asked);
-        if (!failure.isEmpty()) {
-            result->lineFailure = failure;
-            result->problems << QStringLiteral("streamed transfer: ") + failure;
-        }
+        result->recordsAsked = std::min(expected, kRingSlots);
     }
-    return rows;
+    const StreamLimits limits = StreamLimitsFor(expected);
+    exchange.WaitSeconds(kStreamStartWait);
+    exchange.ResetAndWrite(QByteArray::fromHex(QByteArray(link::kStreamRequest)));
+    StreamedRecords records(expected, progress, result);
+    records.account(records.receive(exchange, limits));
+    return records.takeRows();
 }
 
 }  // namespace zun::datalog

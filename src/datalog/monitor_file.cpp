@@ -1,30 +1,9 @@
 #include "datalog/monitor_file.h"
 
+#include "fileio/os_file.h"
 #include "link/codec.h"
 
-#include <cerrno>
-
-#ifdef Q_OS_UNIX
-#include <unistd.h>
-#endif
-
 namespace zun::datalog {
-
-namespace {
-
-// Asks the system to put the file's written lines on the disk, so that a power cut loses at
-// most the line being written. Where the system has no such call the lines wait in its cache.
-bool syncToDisk(QFile& file) {
-#ifdef Q_OS_UNIX
-    // A pipe or a terminal cannot be synced (EINVAL), and has no disk to lose lines on.
-    return ::fsync(file.handle()) == 0 || errno == EINVAL;
-#else
-    (void)file;
-    return true;
-#endif
-}
-
-}  // namespace
 
 QString MonitorFileName(const QDateTime& started) {
     return QStringLiteral("ZUN-Monitor-") + started.toString(QStringLiteral("yyMMdd-HHmmss")) +
@@ -84,7 +63,7 @@ bool MonitorRecorder::append(const MonitorSample& sample, QString* error) {
 
 bool MonitorRecorder::writeLine(const QString& line, QString* error) {
     const QByteArray bytes = line.toUtf8() + "\r\n";
-    if (file_.write(bytes) != bytes.size() || !file_.flush() || !syncToDisk(file_)) {
+    if (file_.write(bytes) != bytes.size() || !file_.flush() || !fileio::SyncToDisk(file_)) {
         if (error) {
             *error = file_.errorString();
         }

@@ -100,13 +100,7 @@ QString SerialLink::SendFrame(const QString& frame) {
     outcome_ = ExchangeOutcome{};
     outcome_.end = ExchangeEnd::NotSent;
     // Any failure from here on gives the empty reply; the result is only set at the end.
-    if (port_.isOpen()) {
-        port_.clear(QSerialPort::AllDirections);
-        port_.readAll();
-    } else if (!open()) {
-        return finish(QString());
-    }
-    if (!IsHexText(frame)) {
+    if (!readyToSend() || !IsHexText(frame)) {
         return finish(QString());
     }
     const QByteArray bytes = QByteArray::fromHex(frame.toLatin1());
@@ -120,7 +114,21 @@ QString SerialLink::SendFrame(const QString& frame) {
         return finish(QString());
     }
     port_.flush();
+    const qint64 take = awaitReply(bytes, clock);
+    return finish(takeReply(bytes, take));
+}
 
+bool SerialLink::readyToSend() {
+    // Whatever an earlier exchange left on the line must not be read as this reply.
+    if (port_.isOpen()) {
+        port_.clear(QSerialPort::AllDirections);
+        port_.readAll();
+        return true;
+    }
+    return open();
+}
+
+qint64 SerialLink::awaitReply(const QByteArray& request, const QElapsedTimer& clock) {
     // The reply is complete after 20 polls in all that brought nothing new. On top of that a
     // line that keeps sending is cut off at the limits of the longest reply, and fast mode
     // stops at the first complete, sound reply.
@@ -130,39 +138,30 @@ QString SerialLink::SendFrame(const QString& frame) {
     for (;;) {
         if (!port_.isOpen()) {
             outcome_.end = ExchangeEnd::PortLost;
-            return finish(QString());
+            return take;
         }
         const qint64 waiting = port_.bytesAvailable();
         outcome_.received = int(waiting);
         if (waiting > outcome_.limits.bytes) {
             outcome_.end = ExchangeEnd::HardByteLimit;
-            break;
+            return take;
         }
         if (clock.elapsed() > outcome_.limits.milliseconds) {
             outcome_.end = ExchangeEnd::HardTimeLimit;
-            break;
+            return take;
         }
         if (waiting <= largest) {
             ++stalls;
         } else {
             largest = waiting;
-            if (fast_) {
-                // A poll may see the reply together with what followed it on the line; the
-                // reply ended when its last byte came, so that is where fast mode ends it.
-                const QByteArray in = port_.peek(waiting);
-                const ReplyVerdict v = CheckReply(bytes, in);
-                if (v.state == ReplyState::Complete ||
-                    (v.expected > 0 && v.expected < in.size() &&
-                     CheckReply(bytes, in.left(v.expected)).state == ReplyState::Complete)) {
-                    outcome_.end = ExchangeEnd::CompleteFast;
-                    take = v.expected;
-                    break;
-                }
+            if (fast_ && completeFast(request, waiting, take)) {
+                outcome_.end = ExchangeEnd::CompleteFast;
+                return take;
             }
         }
         if (stalls > 20) {
             outcome_.end = ExchangeEnd::Quiet;
-            break;
+            return take;
         }
         if (fast_) {
             waitForBytes(0.01f);
@@ -170,15 +169,32 @@ QString SerialLink::SendFrame(const QString& frame) {
             WaitSeconds(0.01f);
         }
     }
+}
+
+bool SerialLink::completeFast(const QByteArray& request, qint64 waiting, qint64& take) {
+    // A poll may see the reply together with what followed it on the line; the reply ended
+    // when its last byte came, so that is where fast mode ends it.
+    const QByteArray in = port_.peek(waiting);
+    const ReplyVerdict v = CheckReply(request, in);
+    if (v.state == ReplyState::Complete ||
+        (v.expected > 0 && v.expected < in.size() &&
+         CheckReply(request, in.left(v.expected)).state == ReplyState::Complete)) {
+        take = v.expected;
+        return true;
+    }
+    return false;
+}
+
+QString SerialLink::takeReply(const QByteArray& request, qint64 take) {
     if (!port_.isOpen()) {
         outcome_.end = ExchangeEnd::PortLost;
-        return finish(QString());
+        return QString();
     }
     const QByteArray reply = take > 0 ? port_.read(take) : port_.readAll();
     outcome_.received = int(reply.size());
-    outcome_.verdict = CheckReply(bytes, reply);
+    outcome_.verdict = CheckReply(request, reply);
     if (reply.isEmpty()) {
-        return finish(QString());
+        return QString();
     }
     const QString hex = QString::fromLatin1(reply.toHex()).toUpper();
     if (trace) {
@@ -187,10 +203,10 @@ QString SerialLink::SendFrame(const QString& frame) {
     if (outcome_.lineNotQuiet()) {
         // What came is not a reply but the start of an endless stream: hand none of it on.
         port_.clear(QSerialPort::Input);
-        return finish(QString());
+        return QString();
     }
     QCoreApplication::processEvents();
-    return finish(hex);
+    return hex;
 }
 
 void SerialLink::waitForBytes(float seconds) {

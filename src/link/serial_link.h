@@ -3,6 +3,7 @@
 #include "link/exchange.h"
 #include "link/port_refusal.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QSerialPort>
 
@@ -51,6 +52,16 @@ private:
     void onError(QSerialPort::SerialPortError error);
     static QString describe(QSerialPort::SerialPortError error);
     QString finish(const QString& hex);
+    // Opens the port, or empties the open one of what an earlier exchange left behind.
+    bool readyToSend();
+    // Polls until the reply is in, the line is quiet or a limit is reached, and notes which in
+    // the outcome; the reply's length where fast mode found it complete, else -1.
+    qint64 awaitReply(const QByteArray& request, const QElapsedTimer& clock);
+    // Fast mode: whether the bytes waiting begin with a complete, sound reply (its length goes
+    // to take).
+    bool completeFast(const QByteArray& request, qint64 waiting, qint64& take);
+    // Reads the reply off the port and checks it; empty when there is none to hand on.
+    QString takeReply(const QByteArray& request, qint64 take);
     void waitForBytes(float seconds);
 
     QSerialPort port_;

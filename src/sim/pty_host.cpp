@@ -60,6 +60,94 @@ int millisUntil(Clock::time_point t, Clock::time_point now) {
     return int((us + 999) / 1000);
 }
 
+// What the serving loop knows about the line from one poll to the next.
+struct Line {
+    std::deque<Outgoing> out;
+    Clock::time_point lineFree;
+    Clock::time_point lastInput;
+    bool vanished = false;
+};
+
+// Puts every byte that is due on the line; true when the line's buffer is full and the rest
+// has to wait until it drains.
+bool writeDue(int master, Line& line, Clock::time_point now, bool paced) {
+    while (!line.out.empty()) {
+        Outgoing& o = line.out.front();
+        if (!o.started) {
+            o.started = true;
+            o.start = std::max(now, line.lineFree) + std::chrono::milliseconds(o.delayMs);
+        }
+        int due = 0;
+        if (now >= o.start) {
+            due = paced ? int(std::min<qint64>(o.bytes.size(), (now - o.start) / o.byteTime + 1))
+                        : int(o.bytes.size());
+        }
+        if (due > o.written) {
+            const ssize_t n = ::write(master, o.bytes.constData() + o.written, due - o.written);
+            if (n > 0) {
+                o.written += int(n);
+            }
+            if (o.written < due) {
+                return true;
+            }
+        }
+        if (o.written < o.bytes.size()) {
+            return false;
+        }
+        if (o.endless) {
+            // Keep a little ahead of the line, so that it never runs dry.
+            o.bytes.append(EndlessFiller());
+            continue;
+        }
+        line.lineFree = paced ? byteDue(o.start, o.bytes.size(), o.byteTime) : now;
+        line.vanished = o.vanish;
+        line.out.pop_front();
+        if (line.vanished) {
+            return false;
+        }
+    }
+    return false;
+}
+
+// How long the next poll may sleep before a byte falls due.
+int pollTimeout(const Line& line, Clock::time_point now, bool paced, bool blocked) {
+    if (blocked) {
+        return 10;
+    }
+    if (line.out.empty()) {
+        return 500;
+    }
+    const Outgoing& o = line.out.front();
+    const auto next = paced ? byteDue(o.start, o.written, o.byteTime) : o.start;
+    return millisUntil(next, now);
+}
+
+// Hands what the tool sent to the charger and queues its replies.
+void takeRequest(int master, VirtualCharger& charger, Line& line, Clock::time_point now) {
+    char buffer[4096];
+    const ssize_t n = ::read(master, buffer, sizeof buffer);
+    if (n <= 0) {
+        return;
+    }
+    line.lastInput = now;
+    // A new request ends an endless reply.
+    while (!line.out.empty() && line.out.back().endless) {
+        line.lineFree = now;
+        line.out.pop_back();
+    }
+    for (Reply& r : charger.feed(QByteArray(buffer, int(n)))) {
+        Outgoing o;
+        o.bytes = std::move(r.bytes);
+        o.delayMs = r.firstByteDelayMs;
+        o.endless = r.endless;
+        o.vanish = r.vanish;
+        if (r.byteMs > 0) {
+            o.byteTime = std::chrono::milliseconds(r.byteMs);
+        }
+        line.out.push_back(std::move(o));
+    }
+}
+
 }  // namespace
 
 PtyHost::PtyHost(VirtualCharger& charger) : charger_(charger) {}
@@ -186,67 +274,17 @@ bool PtyHost::createLink(const QString& path, QString* error) {
 }
 
 void PtyHost::run() {
-    std::deque<Outgoing> out;
-    Clock::time_point lineFree = Clock::now();
-    Clock::time_point lastInput = lineFree;
-    char buffer[4096];
-    bool vanished = false;
+    Line line;
+    line.lineFree = Clock::now();
+    line.lastInput = line.lineFree;
 
-    while (!stopping_ && !vanished) {
+    while (!stopping_ && !line.vanished) {
         Clock::time_point now = Clock::now();
         const bool paced = pacing_;
-        bool blocked = false;
-
-        // Put every byte that is due on the line.
-        while (!out.empty()) {
-            Outgoing& o = out.front();
-            if (!o.started) {
-                o.started = true;
-                o.start = std::max(now, lineFree) + std::chrono::milliseconds(o.delayMs);
-            }
-            int due = 0;
-            if (now >= o.start) {
-                due = paced
-                          ? int(std::min<qint64>(o.bytes.size(), (now - o.start) / o.byteTime + 1))
-                          : int(o.bytes.size());
-            }
-            if (due > o.written) {
-                const ssize_t n =
-                    ::write(master_, o.bytes.constData() + o.written, due - o.written);
-                if (n > 0) {
-                    o.written += int(n);
-                }
-                if (o.written < due) {
-                    blocked = true;  // the line's buffer is full; wait until it drains
-                    break;
-                }
-            }
-            if (o.written < o.bytes.size()) {
-                break;
-            }
-            if (o.endless) {
-                // Keep a little ahead of the line, so that it never runs dry.
-                o.bytes.append(EndlessFiller());
-                continue;
-            }
-            lineFree = paced ? byteDue(o.start, o.bytes.size(), o.byteTime) : now;
-            vanished = o.vanish;
-            out.pop_front();
-            if (vanished) {
-                break;
-            }
-        }
-
-        int timeout = 500;
-        if (blocked) {
-            timeout = 10;
-        } else if (!out.empty()) {
-            const Outgoing& o = out.front();
-            const auto next = paced ? byteDue(o.start, o.written, o.byteTime) : o.start;
-            timeout = millisUntil(next, now);
-        }
+        const bool blocked = writeDue(master_, line, now, paced);
+        int timeout = pollTimeout(line, now, paced, blocked);
         if (charger_.hasPartialFrame()) {
-            timeout = std::min(timeout, millisUntil(lastInput + kResyncSilence, now));
+            timeout = std::min(timeout, millisUntil(line.lastInput + kResyncSilence, now));
         }
 
         pollfd fds[2] = {{master_, short(POLLIN | (blocked ? POLLOUT : 0)), 0},
@@ -257,35 +295,16 @@ void PtyHost::run() {
         }
         now = Clock::now();
         if (ready > 0 && (fds[0].revents & POLLIN)) {
-            const ssize_t n = ::read(master_, buffer, sizeof buffer);
-            if (n > 0) {
-                lastInput = now;
-                // A new request ends an endless reply.
-                while (!out.empty() && out.back().endless) {
-                    lineFree = now;
-                    out.pop_back();
-                }
-                for (Reply& r : charger_.feed(QByteArray(buffer, int(n)))) {
-                    Outgoing o;
-                    o.bytes = std::move(r.bytes);
-                    o.delayMs = r.firstByteDelayMs;
-                    o.endless = r.endless;
-                    o.vanish = r.vanish;
-                    if (r.byteMs > 0) {
-                        o.byteTime = std::chrono::milliseconds(r.byteMs);
-                    }
-                    out.push_back(std::move(o));
-                }
-            }
+            takeRequest(master_, charger_, line, now);
         } else if (ready > 0 && (fds[0].revents & (POLLHUP | POLLERR))) {
             // Cannot happen while the kept slave is open; avoid spinning if it does.
             ::poll(nullptr, 0, 10);
         }
-        if (charger_.hasPartialFrame() && now - lastInput >= kResyncSilence) {
+        if (charger_.hasPartialFrame() && now - line.lastInput >= kResyncSilence) {
             charger_.resync();
         }
     }
-    if (vanished) {
+    if (line.vanished) {
         // As an adapter pulled out: both sides go, and the tool's reads fail.
         closeFd(master_);
         closeFd(keptSlave_);

@@ -1,0 +1,31 @@
+#include "fileio/os_file.h"
+
+#include <cerrno>
+
+#ifdef Q_OS_WIN
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace zun::fileio {
+
+bool SyncToDisk(QFileDevice& file) {
+#ifdef Q_OS_UNIX
+    // A pipe or a terminal cannot be synced (EINVAL), and has no disk to lose lines on.
+    return ::fsync(file.handle()) == 0 || errno == EINVAL;
+#else
+    (void)file;
+    return true;
+#endif
+}
+
+bool StreamIsTerminal(std::FILE* stream) {
+#ifdef Q_OS_WIN
+    return _isatty(_fileno(stream)) != 0;
+#else
+    return isatty(fileno(stream)) != 0;
+#endif
+}
+
+}  // namespace zun::fileio

@@ -11,6 +11,7 @@ namespace zun::fileio {
 // Asks the system to put what has been written to the file on the disk, so that a power cut
 // loses nothing already written. A pipe or a terminal has no disk and counts as synced, and so
 // does every file where the system has no such call (the data then waits in its cache).
+// Windows uses _commit on the file's C runtime descriptor.
 bool SyncToDisk(QFileDevice& file);
 
 // Whether the stream goes to a terminal (where a progress bar may redraw itself) rather than a

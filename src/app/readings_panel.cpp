@@ -43,22 +43,26 @@ ReadingsPanel::ReadingsPanel(WindowState& state, QWidget* parent) : QWidget(pare
     grid->setColumnStretch(1, 1);
 }
 
-void ReadingsPanel::RunTime() {
-    const datalog::RunTimeReading r = state_.session->runTime();
+namespace {
+
+// No reply empties the box; a reply too short or unreadable leaves it as it is.
+template <typename Reading>
+void showReading(ReadingsPanel& panel, int index, const Reading& r) {
     if (r.outcome == datalog::ReplyOutcome::Clear) {
-        setBoxText(0, QString());
+        panel.setBoxText(index, QString());
     } else if (r.outcome == datalog::ReplyOutcome::Show) {
-        setBoxText(0, r.text);
+        panel.setBoxText(index, r.text);
     }
 }
 
+}  // namespace
+
+void ReadingsPanel::RunTime() {
+    showReading(*this, 0, state_.session->runTime());
+}
+
 void ReadingsPanel::LiveReading() {
-    const datalog::LiveReading r = state_.session->liveReading();
-    if (r.outcome == datalog::ReplyOutcome::Clear) {
-        setBoxText(1, QString());
-    } else if (r.outcome == datalog::ReplyOutcome::Show) {
-        setBoxText(1, r.text);
-    }
+    showReading(*this, 1, state_.session->liveReading());
 }
 
 QString ReadingsPanel::boxText(int index) const {

@@ -18,7 +18,7 @@ class ReadingsPanel : public QWidget {
 public:
     explicit ReadingsPanel(WindowState& state, QWidget* parent = nullptr);
 
-    // Asks the charger and shows the answer; a reply that says nothing leaves the box as it is.
+    // Asks the charger and shows the answer in the box.
     void RunTime();
     void LiveReading();
 

@@ -53,11 +53,6 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
     : QWidget(parent), kind_(kind), editor_(editor), state_(state) {
     shown_.fill(true);
     const bool next = kind_ == ConditionKind::Next;
-    const QString typeName = next ? QStringLiteral("Cmb3Type(%1)") : QStringLiteral("Cmb4Type(%1)");
-    const QString txtName = next ? QStringLiteral("Txt3(%1)") : QStringLiteral("Txt4(%1)");
-    const QString colName = next ? QStringLiteral("LabNext(%1)") : QStringLiteral("LabAny(%1)");
-    const int rowBase = next ? 0 : 8;
-
     Title = MakeLabel(next ? QStringLiteral("CONDITIONS OF MOVE TO NEXT STAGE")
                            : QStringLiteral("CONDITIONS OF JUMP TO ANY STAGE"),
                       next ? QStringLiteral("Label3(17)") : QStringLiteral("Label3(19)"));
@@ -65,6 +60,23 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
     bold.setBold(true);
     Title->setFont(bold);
 
+    Note = MakeWrongEntryNote(next ? QStringLiteral("Label3(16)") : QStringLiteral("Label3(20)"));
+    CmdOKn =
+        MakeWriteButton(next ? QStringLiteral("CmdOK3") : QStringLiteral("CmdOK4"),
+                        QStringLiteral("Write the conditions to the charger, one frame per stage"));
+    QHBoxLayout* bottom = MakePageFooter(Note, CmdOKn);
+
+    auto* v = new QVBoxLayout(this);
+    v->setContentsMargins(12, 12, 12, 12);
+    v->addWidget(Title);
+    v->addWidget(buildGrid(), 1);
+    v->addLayout(bottom);
+    connectCells();
+}
+
+// The condition grid in a scroll area: row captions on the left, a column per stage.
+QWidget* ConditionPage::buildGrid() {
+    const bool next = kind_ == ConditionKind::Next;
     auto* gridHost = new QWidget;
     gridHost->setObjectName(next ? QStringLiteral("NextGrid") : QStringLiteral("AnyGrid"));
     auto* grid = new QGridLayout(gridHost);
@@ -72,6 +84,7 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
     grid->setVerticalSpacing(6);
     grid->setContentsMargins(6, 6, 6, 6);
 
+    const int rowBase = next ? 0 : 8;
     for (int slot = 0; slot < kSlotCount; ++slot) {
         RowLabel[slot] = MakeLabel(QString::fromUtf8(kRowCaptions[slot]),
                                    QStringLiteral("Label3(%1)").arg(rowBase + slot));
@@ -82,49 +95,9 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
         TargetLabel = MakeLabel(QStringLiteral("Jump to stage"), QStringLiteral("Label3(18)"));
         grid->addWidget(TargetLabel, kSlotCount + 1, 0);
     }
-
-    const QStringList typeItems{QStringLiteral("none"), QStringLiteral("and"),
-                                QStringLiteral("or")};
     // Created transition by transition, so the tab order runs down one column at a time.
     for (int s = 0; s < kMaxStages; ++s) {
-        const int col = 1 + 2 * s;
-        LabCol[s] =
-            MakeLabel(next ? designCaption(s) : columnCaption(s, kMaxStages), colName.arg(s));
-        LabCol[s]->setAlignment(Qt::AlignCenter);
-        LabCol[s]->setFont(bold);
-        grid->addWidget(LabCol[s], 0, col, 1, 2);
-        for (int slot = 0; slot < kSlotCount; ++slot) {
-            const int i = s * kSlotCount + slot;
-            CmbType[i] = new QComboBox;
-            CmbType[i]->setObjectName(typeName.arg(i));
-            {
-                const QSignalBlocker block(CmbType[i]);
-                CmbType[i]->addItems(typeItems);
-                CmbType[i]->setCurrentIndex(0);
-            }
-            CmbType[i]->setFixedWidth(66);
-            Txt[i] = new QLineEdit;
-            Txt[i]->setObjectName(txtName.arg(i));
-            Txt[i]->setFixedWidth(58);
-            grid->addWidget(CmbType[i], slot + 1, col);
-            grid->addWidget(Txt[i], slot + 1, col + 1);
-        }
-        if (!next) {
-            Cmb4SN[s] = new QComboBox;
-            Cmb4SN[s]->setObjectName(QStringLiteral("Cmb4SN(%1)").arg(s));
-            Cmb4SN[s]->setFixedWidth(66);
-            grid->addWidget(Cmb4SN[s], kSlotCount + 1, col);
-            // A target the technician picks belongs to the profile like every other entry, so
-            // that switching profiles does not lose it.
-            connect(Cmb4SN[s], &QComboBox::activated, this, [this, s] {
-                const int p = editor_.currentProfile();
-                if (!state_.FillingPages && p >= 0) {
-                    state_.memory.ProfileAnyTarget(p, s) =
-                        profile::SingleText(link::TextToSingle(Cmb4SN[s]->currentText()) - 1);
-                }
-            });
-        }
-        grid->setColumnMinimumWidth(col + 1, 58);
+        addStageColumn(grid, s);
     }
     grid->setColumnStretch(1 + 2 * kMaxStages, 1);
     grid->setRowStretch(kSlotCount + 2, 1);
@@ -137,19 +110,58 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
     scroll->setAutoFillBackground(false);
     scroll->viewport()->setAutoFillBackground(false);
     gridHost->setAutoFillBackground(false);
+    return scroll;
+}
 
-    Note = MakeWrongEntryNote(next ? QStringLiteral("Label3(16)") : QStringLiteral("Label3(20)"));
-    CmdOKn =
-        MakeWriteButton(next ? QStringLiteral("CmdOK3") : QStringLiteral("CmdOK4"),
-                        QStringLiteral("Write the conditions to the charger, one frame per stage"));
-    QHBoxLayout* bottom = MakePageFooter(Note, CmdOKn);
+// One stage's column: its caption, a type box and a value box per condition, and on the
+// any-stage page the stage to jump to.
+void ConditionPage::addStageColumn(QGridLayout* grid, int s) {
+    const bool next = kind_ == ConditionKind::Next;
+    const QString typeName = next ? QStringLiteral("Cmb3Type(%1)") : QStringLiteral("Cmb4Type(%1)");
+    const QString txtName = next ? QStringLiteral("Txt3(%1)") : QStringLiteral("Txt4(%1)");
+    const QString colName = next ? QStringLiteral("LabNext(%1)") : QStringLiteral("LabAny(%1)");
+    const QStringList typeItems{QStringLiteral("none"), QStringLiteral("and"),
+                                QStringLiteral("or")};
+    const int col = 1 + 2 * s;
+    LabCol[s] = MakeLabel(next ? designCaption(s) : columnCaption(s, kMaxStages), colName.arg(s));
+    LabCol[s]->setAlignment(Qt::AlignCenter);
+    LabCol[s]->setFont(Title->font());
+    grid->addWidget(LabCol[s], 0, col, 1, 2);
+    for (int slot = 0; slot < kSlotCount; ++slot) {
+        const int i = s * kSlotCount + slot;
+        CmbType[i] = new QComboBox;
+        CmbType[i]->setObjectName(typeName.arg(i));
+        {
+            const QSignalBlocker block(CmbType[i]);
+            CmbType[i]->addItems(typeItems);
+            CmbType[i]->setCurrentIndex(0);
+        }
+        CmbType[i]->setFixedWidth(66);
+        Txt[i] = new QLineEdit;
+        Txt[i]->setObjectName(txtName.arg(i));
+        Txt[i]->setFixedWidth(58);
+        grid->addWidget(CmbType[i], slot + 1, col);
+        grid->addWidget(Txt[i], slot + 1, col + 1);
+    }
+    if (!next) {
+        Cmb4SN[s] = new QComboBox;
+        Cmb4SN[s]->setObjectName(QStringLiteral("Cmb4SN(%1)").arg(s));
+        Cmb4SN[s]->setFixedWidth(66);
+        grid->addWidget(Cmb4SN[s], kSlotCount + 1, col);
+        // A target the technician picks belongs to the profile like every other entry, so
+        // that switching profiles does not lose it.
+        connect(Cmb4SN[s], &QComboBox::activated, this, [this, s] {
+            const int p = editor_.currentProfile();
+            if (!state_.FillingPages && p >= 0) {
+                state_.memory.ProfileAnyTarget(p, s) =
+                    profile::SingleText(link::TextToSingle(Cmb4SN[s]->currentText()) - 1);
+            }
+        });
+    }
+    grid->setColumnMinimumWidth(col + 1, 58);
+}
 
-    auto* v = new QVBoxLayout(this);
-    v->setContentsMargins(12, 12, 12, 12);
-    v->addWidget(Title);
-    v->addWidget(scroll, 1);
-    v->addLayout(bottom);
-
+void ConditionPage::connectCells() {
     for (int i = 0; i < kCellCount; ++i) {
         setCellUsed(i, false);
         connect(CmbType[i], &QComboBox::currentIndexChanged, this,

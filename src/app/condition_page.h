@@ -12,6 +12,8 @@
 
 #include <array>
 
+class QGridLayout;
+
 namespace zun::app {
 
 class ProfileEditor;
@@ -83,6 +85,9 @@ public:
     QPushButton* CmdOKn = nullptr;                          // CmdOK3 / CmdOK4
 
 private:
+    QWidget* buildGrid();
+    void addStageColumn(QGridLayout* grid, int stage);
+    void connectCells();
     std::optional<QStringList> buildFrames();
     using MemoryTable = QString& (profile::ProfileMemory::*)(int, int);
     MemoryTable table() const;

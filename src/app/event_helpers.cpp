@@ -1,9 +1,14 @@
 #include "app/event_helpers.h"
 
+#include "app/busy_guard.h"
+
+#include <QAbstractButton>
+
 #include <QApplication>
 #include <QFocusEvent>
 #include <QKeyEvent>
 #include <QPalette>
+#include <QShortcut>
 #include <QTimer>
 
 namespace zun::app {
@@ -20,6 +25,28 @@ bool setRole(QPalette& p, QPalette::ColorGroup group, QPalette::ColorRole role,
 }
 
 }  // namespace
+
+void AddButtonShortcut(QAbstractButton* button, const QKeySequence& keys, BusyGuard* busy) {
+    auto* shortcut = new QShortcut(keys, button);
+    QObject::connect(shortcut, &QShortcut::activated, button, [button, busy] {
+        if (busy != nullptr && busy->busy()) {
+            emit busy->heldOff();
+            return;
+        }
+        if (button->isEnabled() && button->isVisible()) {
+            button->click();
+        }
+    });
+    const QString named = keys.toString(QKeySequence::NativeText);
+    button->setToolTip(button->toolTip().isEmpty()
+                           ? named
+                           : QStringLiteral("%1 (%2)").arg(button->toolTip(), named));
+}
+
+bool IsOwnFocusChange(const QEvent* event) {
+    const auto reason = static_cast<const QFocusEvent*>(event)->reason();
+    return reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason;
+}
 
 void SetTextColour(QWidget* w, const QColor& colour) {
     if (w == nullptr || !colour.isValid()) {

@@ -11,7 +11,13 @@
 
 #include <functional>
 
+class QAbstractButton;
+class QEvent;
+class QKeySequence;
+
 namespace zun::app {
+
+class BusyGuard;
 
 // Helpers every page's event handling shares.
 
@@ -35,6 +41,14 @@ void SetBackColour(QWidget* w, const QColor& colour);
 // black for the type boxes and the section times, the system colour for the rest. An invalid
 // colour (the control keeps its own) when there is no finding.
 QColor TextColourOf(const profile::Finding* finding);
+
+// A button's shortcut, named in its tooltip. A shortcut object of its own, because the
+// language files set the caption and a button's caption replaces its shortcut; held off, like
+// a click, while an exchange runs.
+void AddButtonShortcut(QAbstractButton* button, const QKeySequence& keys, BusyGuard* busy);
+
+// A focus change that the user made on this window, not a window switch or a popup.
+bool IsOwnFocusChange(const QEvent* event);
 
 // GotFocus, LostFocus and KeyUp of the settings boxes.
 class BoxEvents : public QObject {

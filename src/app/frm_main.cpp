@@ -68,7 +68,35 @@ FrmMain::~FrmMain() {
 void FrmMain::buildUi() {
     auto* central = new QWidget;
     auto* v = new QVBoxLayout(central);
+    v->addLayout(buildTopBar());
+    Tab1 = new QTabWidget;
+    Tab1->setObjectName("Tab1");
+    editor_ = new ProfileEditor(state_);
+    getData_ = new GetDataPage(state_);
+    Tab1->addTab(editor_, tr("Charge Profile"));
+    Tab1->addTab(getData_, tr("Get Data"));
+    v->addWidget(Tab1, 1);
+    setCentralWidget(central);
+    connect(getData_->Monitor, &MonitorPanel::statusMessage, this,
+            [this](const QString& text) { statusBar()->showMessage(text); });
+    restoreWindowGeometry();
+    buildTransferProgress();
+    connect(editor_, &ProfileEditor::statusMessage, this,
+            [this](const QString& text) { statusBar()->showMessage(text); });
+    connect(&busy_, &BusyGuard::heldOff, this, [this] {
+        statusBar()->showMessage(tr("Busy: the charger is still answering; try again when it "
+                                    "has finished."),
+                                 4000);
+    });
+    buildMenus();
+    connectSession();
+    connect(CboPort, &QComboBox::activated, this, [this] { CboPort_Click(); });
+    connect(Tab1, &QTabWidget::currentChanged, this, &FrmMain::Tab1_Click);
+    connect(CmbLang, &QComboBox::currentIndexChanged, this, [this] { LoadLanguage(); });
+}
 
+// The port list, the connection state, the charger's model and the language list.
+QHBoxLayout* FrmMain::buildTopBar() {
     auto* bar = new QHBoxLayout;
     Label0_0 = new QLabel(tr("Port :"));
     Label0_0->setObjectName("Label0(0)");
@@ -95,28 +123,10 @@ void FrmMain::buildUi() {
     CmbLang->setObjectName("CmbLang");
     CmbLang->setMinimumContentsLength(10);
     bar->addWidget(CmbLang);
-    v->addLayout(bar);
+    return bar;
+}
 
-    Tab1 = new QTabWidget;
-    Tab1->setObjectName("Tab1");
-    editor_ = new ProfileEditor(state_);
-    getData_ = new GetDataPage(state_);
-    Tab1->addTab(editor_, tr("Charge Profile"));
-    Tab1->addTab(getData_, tr("Get Data"));
-    v->addWidget(Tab1, 1);
-    setCentralWidget(central);
-    connect(getData_->Monitor, &MonitorPanel::statusMessage, this,
-            [this](const QString& text) { statusBar()->showMessage(text); });
-    restoreWindowGeometry();
-    buildTransferProgress();
-    connect(editor_, &ProfileEditor::statusMessage, this,
-            [this](const QString& text) { statusBar()->showMessage(text); });
-    connect(&busy_, &BusyGuard::heldOff, this, [this] {
-        statusBar()->showMessage(tr("Busy: the charger is still answering; try again when it "
-                                    "has finished."),
-                                 4000);
-    });
-
+void FrmMain::buildMenus() {
     // Settings files of the current profile and the compare with the charger's stored copy.
     auto* settingsActions = new SettingsActions(this);
     QMenu* settingsMenu = menuBar()->addMenu(tr("&Settings"));
@@ -153,6 +163,11 @@ void FrmMain::buildUi() {
     about->setObjectName("ActAbout");
     connect(about, &QAction::triggered, this,
             [this] { QMessageBox::about(this, tr("About ZUN"), AboutText()); });
+}
+
+// What the window shows of the session: exchange results, a lost and a regained port, and the
+// locks while the log transfer holds the line.
+void FrmMain::connectSession() {
     connect(session_.get(), &session::ChargerSession::exchangeEnded, this,
             &FrmMain::showExchangeEnd);
 
@@ -184,9 +199,6 @@ void FrmMain::buildUi() {
             editor_->LockWrites(false);
         }
     });
-    connect(CboPort, &QComboBox::activated, this, [this] { CboPort_Click(); });
-    connect(Tab1, &QTabWidget::currentChanged, this, &FrmMain::Tab1_Click);
-    connect(CmbLang, &QComboBox::currentIndexChanged, this, [this] { LoadLanguage(); });
 }
 
 QSize FrmMain::FirstSize(const QSize& available) {

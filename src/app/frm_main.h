@@ -19,6 +19,8 @@
 #include <memory>
 #include <optional>
 
+class QHBoxLayout;
+
 namespace zun::app {
 
 class GetDataPage;
@@ -90,6 +92,9 @@ protected:
 
 private:
     void buildUi();
+    QHBoxLayout* buildTopBar();
+    void buildMenus();
+    void connectSession();
     void discoverPorts();
     void searchCharger();
     void Tab1_Click(int index);

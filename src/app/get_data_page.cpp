@@ -3,119 +3,87 @@
 #include "app/busy_guard.h"
 #include "app/event_helpers.h"
 #include "app/log_chart_view.h"
+#include "app/log_panel.h"
 #include "app/monitor_panel.h"
-#include "app/page_parts.h"
-#include "datalog/live_reading.h"
-#include "datalog/log_chart.h"
-#include "datalog/log_csv.h"
-#include "datalog/log_download.h"
-#include "datalog/log_finish.h"
-#include "datalog/run_time.h"
-#include "session/charger_session.h"
+#include "app/readings_panel.h"
 
-#include <QApplication>
-#include <QDateTime>
 #include <QDir>
-#include <QEvent>
-#include <QFileDialog>
-#include <QFileInfo>
-#include <QFocusEvent>
-#include <QGridLayout>
 #include <QHBoxLayout>
-#include <QHeaderView>
-#include <QKeyEvent>
-#include <QMessageBox>
-#include <QPainter>
-#include <QPointer>
-#include <QPrintDialog>
-#include <QPrinter>
-#include <QScrollBar>
-#include <QShortcut>
-#include <QTimer>
+#include <QKeySequence>
 #include <QVBoxLayout>
 
 #include <algorithm>
 
 namespace zun::app {
 
-namespace {
-
-// The log table's column widths in twips, and twips per pixel at 96 dpi.
-constexpr std::array<int, 5> kColumnTwips = {600, 660, 600, 750, 750};
-constexpr double kTwipsPerPixel = 15.0;
-constexpr int kEnterKeyCode = 13;
-
-class FlagScope {
-public:
-    explicit FlagScope(bool& flag) : flag_(flag) { flag_ = true; }
-    ~FlagScope() { flag_ = false; }
-    FlagScope(const FlagScope&) = delete;
-    FlagScope& operator=(const FlagScope&) = delete;
-
-private:
-    bool& flag_;
-};
-
-// Leading and trailing blanks only: a tab pasted into the description is the user's.
-QString trimBlanks(const QString& text) {
-    int from = 0;
-    int to = static_cast<int>(text.size());
-    while (from < to && text.at(from) == QLatin1Char(' ')) {
-        ++from;
-    }
-    while (to > from && text.at(to - 1) == QLatin1Char(' ')) {
-        --to;
-    }
-    return text.mid(from, to - from);
-}
-
-// A button's shortcut, named in its tooltip. A shortcut object of its own, because the
-// language files set the caption and a button's caption replaces its shortcut; held off, like
-// a click, while an exchange runs.
-void withShortcut(QAbstractButton* b, const QKeySequence& keys, BusyGuard* busy) {
-    auto* shortcut = new QShortcut(keys, b);
-    QObject::connect(shortcut, &QShortcut::activated, b, [b, busy] {
-        if (busy != nullptr && busy->busy()) {
-            emit busy->heldOff();
-            return;
-        }
-        if (b->isEnabled() && b->isVisible()) {
-            b->click();
-        }
-    });
-    const QString named = keys.toString(QKeySequence::NativeText);
-    b->setToolTip(b->toolTip().isEmpty() ? named
-                                         : QStringLiteral("%1 (%2)").arg(b->toolTip(), named));
-}
-
-// A focus change that the user made on this window, not a window switch or a popup.
-bool isOwnFocusChange(const QEvent* event) {
-    const auto reason = static_cast<const QFocusEvent*>(event)->reason();
-    return reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason;
-}
-
-}  // namespace
-
 GetDataPage::GetDataPage(WindowState& state, QWidget* parent)
     : QWidget(parent), state_(state), lastFolder_(QDir::homePath()) {
-    buildUi();
-    if (session::ChargerSession* s = state_.session) {
-        connect(s, &session::ChargerSession::progressText, LabDownDisp, &QLabel::setText);
-        connect(s, &session::ChargerSession::progressVisible, LabDownDisp, &QWidget::setVisible);
-        connect(s, &session::ChargerSession::logRow, this,
-                [this](const datalog::LogRow& row) { table_.appendRow(row); });
+    buildPanels();
+    nameControls();
+    addShortcuts();
+    arrange();
+    for (int i = 0; i < 3; ++i) {
+        connect(CmdGetOK[i], &QPushButton::clicked, this, [this, i] { CmdGetOK_Click(i); });
     }
+    InitLogTable();
 }
 
-void GetDataPage::buildUi() {
-    const QFontMetrics fm(font());
-    buildReadings(fm);
-    buildLogTable(fm);
-    buildLogControls(fm);
-    buildFileButtons();
-    buildChart();
-    Monitor = new MonitorPanel(state_, [this](const QString& text) { setBoxText(1, text); });
-    arrange();
+void GetDataPage::buildPanels() {
+    Readings = new ReadingsPanel(state_);
+    Log = new LogPanel(state_, dialogs, lastFolder_);
+    const ChartPanel::Source source{Log->chartTable(), Log->chartAh(),
+                                    [this] { return Log->chartLabTime(); },
+                                    [this] { return Log->TxtGetDesc->text(); }};
+    PB = new ChartPanel(source, dialogs, lastFolder_);
+    Log->setChart(PB);
+    Monitor = new MonitorPanel(state_, [this](const QString& t) { Readings->setBoxText(1, t); });
+}
+
+void GetDataPage::nameControls() {
+    CmdGetOK = {Readings->CmdGetOK[0], Readings->CmdGetOK[1], Log->CmdDataLog};
+    TxtGet = Readings->TxtGet;
+    FG1 = Log->FG1;
+    TxtRow = Log->TxtRow;
+    LabelRow = Log->LabelRow;
+    TxtGetDesc = Log->TxtGetDesc;
+    LabelGetDesc = Log->LabelGetDesc;
+    LabTime = Log->LabTime;
+    LabDownDisp = Log->LabDownDisp;
+    LabDownMissing = Log->LabDownMissing;
+    CmdGetSave = Log->CmdGetSave;
+    CmdGetOpen = Log->CmdGetOpen;
+    CmdPrint = PB->CmdPrint;
+    CmdExportPdf = PB->CmdExportPdf;
+    CmdExportPng = PB->CmdExportPng;
+    PP = PB->PP;
+}
+
+void GetDataPage::addShortcuts() {
+    AddButtonShortcut(CmdGetOK[0], QKeySequence(Qt::Key_F5), state_.busy);
+    AddButtonShortcut(CmdGetOK[1], QKeySequence(Qt::Key_F6), state_.busy);
+    AddButtonShortcut(CmdGetOK[2], QKeySequence(Qt::Key_F7), state_.busy);
+    // The captions come from the language files: shortcuts rather than mnemonics.
+    AddButtonShortcut(CmdGetSave, QKeySequence::Save, state_.busy);
+    AddButtonShortcut(CmdGetOpen, QKeySequence::Open, state_.busy);
+    AddButtonShortcut(CmdPrint, QKeySequence::Print, state_.busy);
+    AddButtonShortcut(CmdExportPdf, QKeySequence(Qt::CTRL | Qt::Key_E), state_.busy);
+    AddButtonShortcut(CmdExportPng, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E), state_.busy);
+}
+
+void GetDataPage::arrange() {
+    auto* left = new QWidget;
+    left->setObjectName(QStringLiteral("GetDataLeft"));
+    auto* lv = new QVBoxLayout(left);
+    lv->setContentsMargins(0, 0, 0, 0);
+    lv->addWidget(Readings);
+    lv->addWidget(Log, 1);
+
+    auto* h = new QHBoxLayout(this);
+    h->addWidget(left);
+    auto* right = new QVBoxLayout;
+    right->addWidget(Monitor);
+    right->addWidget(PB, 1);
+    h->addLayout(right, 1);
 
     setTabOrder(CmdGetOK[1], CmdGetOK[0]);
     setTabOrder(CmdGetOK[0], CmdGetOK[2]);
@@ -128,191 +96,20 @@ void GetDataPage::buildUi() {
     setTabOrder(CmdGetOpen, CmdPrint);
     setTabOrder(CmdPrint, CmdExportPdf);
     setTabOrder(CmdExportPdf, CmdExportPng);
-
-    InitLogTable();
-}
-
-// The three request buttons and the two reading boxes.
-void GetDataPage::buildReadings(const QFontMetrics& fm) {
-    // Index order is the handler's; "Charger V I" stands first on the page.
-    CmdGetOK[0] = MakeButton(QStringLiteral("CmdGetOK(0)"), QStringLiteral("Total Run Time"));
-    CmdGetOK[1] = MakeButton(QStringLiteral("CmdGetOK(1)"), QStringLiteral("Charger V I"));
-    CmdGetOK[2] = MakeButton(QStringLiteral("CmdGetOK(2)"), QStringLiteral("Data Log"));
-    withShortcut(CmdGetOK[0], QKeySequence(Qt::Key_F5), state_.busy);
-    withShortcut(CmdGetOK[1], QKeySequence(Qt::Key_F6), state_.busy);
-    withShortcut(CmdGetOK[2], QKeySequence(Qt::Key_F7), state_.busy);
-    for (int i = 0; i < 3; ++i) {
-        BusyGuard::MarkExchangeStarter(CmdGetOK[i]);
-        connect(CmdGetOK[i], &QPushButton::clicked, this, [this, i] { CmdGetOK_Click(i); });
-    }
-    for (int i = 0; i < 2; ++i) {
-        auto* box = new QPlainTextEdit;
-        box->setObjectName(QStringLiteral("TxtGet(%1)").arg(i));
-        box->setReadOnly(true);
-        box->setLineWrapMode(QPlainTextEdit::NoWrap);
-        box->setTabChangesFocus(true);
-        box->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        box->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        const int lines = i == 1 ? 3 : 1;
-        const int margin = static_cast<int>(box->document()->documentMargin());
-        box->setFixedHeight(lines * fm.lineSpacing() + 2 * margin + 2 * box->frameWidth() + 2);
-        box->setMinimumWidth(fm.horizontalAdvance(QStringLiteral("bat2:  -14.08V  -10.00A")) +
-                             2 * margin + 2 * box->frameWidth() + 4);
-        TxtGet[i] = box;
-    }
-}
-
-void GetDataPage::buildLogTable(const QFontMetrics& fm) {
-    FG1 = new QTableView;
-    FG1->setObjectName(QStringLiteral("FG1"));
-    FG1->setModel(&table_);
-    FG1->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    // Tab leaves the table; the arrow keys walk it.
-    FG1->setTabKeyNavigation(false);
-    FG1->setSelectionBehavior(QAbstractItemView::SelectRows);
-    FG1->setAlternatingRowColors(true);
-    FG1->setWordWrap(false);
-    FG1->setCornerButtonEnabled(false);
-    FG1->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
-    FG1->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    FG1->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
-    // 4,320 rows: one fixed height for all, never measured row by row.
-    FG1->verticalHeader()->setVisible(false);
-    FG1->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    FG1->verticalHeader()->setDefaultSectionSize(fm.height() + 4);
-    FG1->horizontalHeader()->setStretchLastSection(false);
-    FG1->horizontalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    FG1->horizontalHeader()->setHighlightSections(false);
-}
-
-// The record range, the description, the time stamp and the progress text.
-void GetDataPage::buildLogControls(const QFontMetrics& fm) {
-    for (int i = 0; i < 2; ++i) {
-        TxtRow[i] = new QLineEdit;
-        TxtRow[i]->setObjectName(QStringLiteral("TxtRow(%1)").arg(i));
-        TxtRow[i]->setAlignment(Qt::AlignRight);
-        TxtRow[i]->setMaxLength(12);
-        TxtRow[i]->setFixedWidth(fm.horizontalAdvance(QStringLiteral("000000")) + 16);
-        TxtRow[i]->installEventFilter(this);
-        connect(TxtRow[i], &QLineEdit::textChanged, this, [this] { markRange(); });
-    }
-    LabelRow[0] = MakeLabel(QStringLiteral("from"), QStringLiteral("LabelRow(0)"));
-    LabelRow[1] = MakeLabel(QStringLiteral("to"), QStringLiteral("LabelRow(1)"));
-    TxtGetDesc = new QLineEdit;
-    TxtGetDesc->setObjectName(QStringLiteral("TxtGetDesc"));
-    TxtGetDesc->installEventFilter(this);
-    LabelGetDesc = MakeLabel(QStringLiteral("Desc"), QStringLiteral("LabelGetDesc"));
-    LabelGetDesc->setBuddy(TxtGetDesc);
-    LabTime = MakeLabel(QString(), QStringLiteral("LabTime"));
-    LabDownDisp = MakeLabel(QString(), QStringLiteral("LabDownDisp"));
-    LabDownDisp->setVisible(false);
-    LabDownMissing = MakeLabel(QString(), QStringLiteral("LabDownMissing"));
-    LabDownMissing->setWordWrap(true);
-    LabDownMissing->setVisible(false);
-    QPalette missingPalette = LabDownMissing->palette();
-    missingPalette.setColor(QPalette::WindowText, QColor(255, 0, 0));
-    LabDownMissing->setPalette(missingPalette);
-}
-
-void GetDataPage::buildFileButtons() {
-    CmdGetSave = MakeButton(QStringLiteral("CmdGetSave"), QStringLiteral("Save"));
-    CmdGetOpen = MakeButton(QStringLiteral("CmdGetOpen"), QStringLiteral("Open"));
-    CmdGetSave->setEnabled(false);
-    // The captions come from the language files: shortcuts rather than mnemonics.
-    withShortcut(CmdGetSave, QKeySequence::Save, state_.busy);
-    withShortcut(CmdGetOpen, QKeySequence::Open, state_.busy);
-    connect(CmdGetSave, &QPushButton::clicked, this, [this] { CmdGetSave_Click(); });
-    connect(CmdGetOpen, &QPushButton::clicked, this, [this] { CmdGetOpen_Click(); });
-}
-
-void GetDataPage::buildChart() {
-    const ChartPanel::Source source{chartTable_, chartAh_, [this] { return chartLabTime(); },
-                                    [this] { return TxtGetDesc->text(); }};
-    PB = new ChartPanel(source, dialogs, lastFolder_);
-    PP = PB->PP;
-    CmdPrint = PB->CmdPrint;
-    withShortcut(PB->CmdPrint, QKeySequence::Print, state_.busy);
-    withShortcut(PB->CmdExportPdf, QKeySequence(Qt::CTRL | Qt::Key_E), state_.busy);
-    withShortcut(PB->CmdExportPng, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E), state_.busy);
-    CmdExportPdf = PB->CmdExportPdf;
-    CmdExportPng = PB->CmdExportPng;
-}
-
-void GetDataPage::arrange() {
-    auto* left = new QWidget;
-    left->setObjectName(QStringLiteral("GetDataLeft"));
-    auto* lv = new QVBoxLayout(left);
-    lv->setContentsMargins(0, 0, 0, 0);
-    auto* reads = new QGridLayout;
-    reads->addWidget(CmdGetOK[1], 0, 0, Qt::AlignTop);
-    reads->addWidget(TxtGet[1], 0, 1);
-    reads->addWidget(CmdGetOK[0], 1, 0);
-    reads->addWidget(TxtGet[0], 1, 1);
-    reads->addWidget(CmdGetOK[2], 2, 0);
-    auto* downloadLine = new QHBoxLayout;
-    downloadLine->addWidget(LabDownDisp);
-    downloadLine->addWidget(LabDownMissing, 1);
-    reads->addLayout(downloadLine, 2, 1);
-    reads->setColumnStretch(1, 1);
-    const int labelRowHeight = CmdGetOK[2]->sizeHint().height();
-    reads->setRowMinimumHeight(2, labelRowHeight);
-    lv->addLayout(reads);
-    lv->addWidget(FG1, 1);
-    lv->addWidget(LabTime);
-    auto* range = new QHBoxLayout;
-    range->addWidget(LabelRow[0]);
-    range->addWidget(TxtRow[0]);
-    range->addSpacing(8);
-    range->addWidget(LabelRow[1]);
-    range->addWidget(TxtRow[1]);
-    range->addStretch(1);
-    lv->addLayout(range);
-    auto* desc = new QHBoxLayout;
-    desc->addWidget(LabelGetDesc);
-    desc->addWidget(TxtGetDesc, 1);
-    lv->addLayout(desc);
-    auto* files = new QHBoxLayout;
-    files->addWidget(CmdGetSave);
-    files->addWidget(CmdGetOpen);
-    files->addStretch(1);
-    lv->addLayout(files);
-
-    auto* h = new QHBoxLayout(this);
-    h->addWidget(left);
-    auto* right = new QVBoxLayout;
-    right->addWidget(Monitor);
-    right->addWidget(PB, 1);
-    h->addLayout(right, 1);
 }
 
 void GetDataPage::InitLogTable() {
-    // The model gives the header texts and the alignment (record centred, values right).
-    // The widths were set for a small system font: a wider font widens every column alike,
-    // so that each header text stays readable.
-    const QFontMetrics fm(FG1->horizontalHeader()->font());
-    const QStringList& headers = datalog::LogTableModel::HeaderTexts();
-    double scale = 1.0;
-    for (int c = 0; c < datalog::LogTableModel::kColumns; ++c) {
-        const double designed = kColumnTwips[static_cast<size_t>(c)] / kTwipsPerPixel;
-        const double needed = fm.horizontalAdvance(headers.at(c)) + 14.0;
-        scale = std::max(scale, needed / designed);
-    }
-    int total = 0;
-    for (int c = 0; c < datalog::LogTableModel::kColumns; ++c) {
-        const int width =
-            static_cast<int>(kColumnTwips[static_cast<size_t>(c)] / kTwipsPerPixel * scale + 0.5);
-        FG1->setColumnWidth(c, width);
-        total += width;
-    }
-    // The table shows all five columns side by side, beside its vertical scroll bar.
-    const int width = total + FG1->verticalScrollBar()->sizeHint().width() + 2 * FG1->frameWidth();
-    FG1->setFixedWidth(width);
+    Log->InitLogTable();
     fitLeftColumn();
 }
 
 void GetDataPage::fitLeftColumn() {
+    // The three request buttons stand in one column, as wide as the widest caption.
+    const int buttons = std::max(Readings->buttonWidth(), CmdGetOK[2]->sizeHint().width());
+    Readings->setButtonWidth(buttons);
+    CmdGetOK[2]->setMinimumWidth(buttons);
     // As wide as the table, or wider when the captions of a language need it.
-    if (QWidget* left = FG1->parentWidget()) {
+    if (QWidget* left = Log->parentWidget()) {
         left->setFixedWidth(std::max(FG1->minimumWidth(), left->minimumSizeHint().width()));
     }
 }
@@ -336,47 +133,23 @@ void GetDataPage::resizeEvent(QResizeEvent* event) {
     }
 }
 
-QString GetDataPage::TxtGetText(int index) const {
-    return index >= 0 && index < 2 ? getTexts_[static_cast<size_t>(index)] : QString();
-}
-
-void GetDataPage::setBoxText(int index, const QString& text) {
-    getTexts_[static_cast<size_t>(index)] = text;
-    QString shown = text;
-    shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-    TxtGet[static_cast<size_t>(index)]->setPlainText(shown);
-}
-
-void GetDataPage::parkFocus() {
-    // Disabling the focused button would hand the focus to the next control in the chain,
-    // possibly a range box whose leave-the-box rule would then rewrite it.
-    QWidget* focused = QApplication::focusWidget();
-    if (focused != nullptr && focused != FG1 && focused->window() == window()) {
-        FG1->setFocus(Qt::OtherFocusReason);
-    }
-}
-
-void GetDataPage::setChartButtons(bool enabled) {
-    PB->setButtons(enabled);
-}
-
 void GetDataPage::CmdGetOK_Click(int Index) {
     if (Index < 0 || Index > 2) {
         return;
     }
     QPushButton* button = CmdGetOK[static_cast<size_t>(Index)];
-    parkFocus();
+    Log->parkFocus();
     button->setEnabled(false);
     try {
         switch (Index) {
             case 0:
-                RunTime();
+                Readings->RunTime();
                 break;
             case 1:
-                LiveReading();
+                Readings->LiveReading();
                 break;
             default:
-                DataLog();
+                Log->DataLog(std::vector<QWidget*>(CmdGetOK.begin(), CmdGetOK.end()));
                 break;
         }
     } catch (...) {
@@ -386,196 +159,12 @@ void GetDataPage::CmdGetOK_Click(int Index) {
     button->setFocus(Qt::OtherFocusReason);
 }
 
-void GetDataPage::RunTime() {
-    const datalog::RunTimeReading r = state_.session->runTime();
-    if (r.outcome == datalog::ReplyOutcome::Clear) {
-        setBoxText(0, QString());
-    } else if (r.outcome == datalog::ReplyOutcome::Show) {
-        setBoxText(0, r.text);
-    }
-}
-
-void GetDataPage::LiveReading() {
-    const datalog::LiveReading r = state_.session->liveReading();
-    if (r.outcome == datalog::ReplyOutcome::Clear) {
-        setBoxText(1, QString());
-    } else if (r.outcome == datalog::ReplyOutcome::Show) {
-        setBoxText(1, r.text);
-    }
-}
-
-void GetDataPage::DataLog() {
-    TxtRow[0]->clear();
-    TxtRow[1]->clear();
-    // The port list and the write buttons follow the session's transfer signal.
-    std::vector<QWidget*> locked(CmdGetOK.begin(), CmdGetOK.end());
-    parkFocus();
-    const ControlLock lock(locked);
-    DownloadLog();
-}
-
-void GetDataPage::DownloadLog() {
-    table_.clear();
-    chargeAh_.clear();
-    chartTable_.clear();
-    chartAh_.clear();
-    PP->showEmpty();
-    CmdGetSave->setEnabled(false);
-    setChartButtons(false);
-    LabDownDisp->clear();
-    LabDownMissing->clear();
-    LabDownMissing->setVisible(false);
-    {
-        // A file opened now would be overwritten by the rows still coming in.
-        const ControlLock openLock({CmdGetOpen});
-        const FlagScope busy(downloading_);
-        try {
-            const datalog::DownloadResult result = state_.session->downloadLog();
-            QString text = datalog::MissingDamagedText(result);
-            if (!result.lineFailure.isEmpty() && !text.contains(result.lineFailure)) {
-                text = text.isEmpty() ? result.lineFailure
-                                      : result.lineFailure + QStringLiteral("; ") + text;
-            }
-            LabDownMissing->setText(text);
-            LabDownMissing->setVisible(!text.isEmpty());
-        } catch (...) {
-            // Whatever arrived stays in the table and is finished like a complete log.
-        }
-    }
-    const datalog::LogFinish f = datalog::FinishDownload(table_, QDateTime::currentDateTime());
-    LabTime->setText(f.labTime);
-    LabDownDisp->setVisible(false);
-    CmdGetSave->setEnabled(f.saveEnabled);
-    if (f.printEnabled) {
-        chargeAh_ = f.chargeAh;
-        DrawLogChart();
-        TxtRow[0]->setText(f.txtRow0);
-        TxtRow[1]->setText(f.txtRow1);
-        setChartButtons(true);
-    } else {
-        TxtRow[0]->clear();
-        TxtRow[1]->clear();
-        setChartButtons(false);
-    }
-}
-
-std::pair<int, int> GetDataPage::chartedRange() const {
-    bool okFrom = false;
-    bool okTo = false;
-    const int from = TxtRow[0]->text().trimmed().toInt(&okFrom);
-    const int to = TxtRow[1]->text().trimmed().toInt(&okTo);
-    const int count = table_.recordCount();
-    if (!okFrom || !okTo || from < 1 || to > count || from > to) {
-        return {0, 0};
-    }
-    return {from, to};
-}
-
-QString GetDataPage::chartLabTime() const {
-    // The time axis ends at the last record charted.
-    const QString all = LabTime->text();
-    const auto [from, to] = chartedRange();
-    if (from == 0 || to == table_.recordCount() || all.size() < 5) {
-        return all;
-    }
-    return all.chopped(5) + datalog::RecordTimeText(all, table_.recordCount() - to);
-}
-
-void GetDataPage::markRange() {
-    const bool empty = TxtRow[0]->text().isEmpty() && TxtRow[1]->text().isEmpty();
-    const bool wrong = !empty && chartedRange().first == 0;
-    for (QLineEdit* box : TxtRow) {
-        SetTextColour(box, wrong ? kWrongColour : QApplication::palette().color(QPalette::Text));
-        box->setToolTip(wrong ? tr("No such range: from 1 to %1, \"from\" not after \"to\"")
-                                    .arg(table_.recordCount())
-                              : QString());
-    }
-}
-
-void GetDataPage::DrawLogChart() {
-    const auto [from, to] = chartedRange();
-    if (from == 0) {
-        chartTable_.setRows(table_.rows());
-        chartAh_ = chargeAh_;
-    } else {
-        const auto& rows = table_.rows();
-        chartTable_.setRows(
-            std::vector<datalog::LogRow>(rows.begin() + (from - 1), rows.begin() + to));
-        chartAh_.clear();
-        if (!chargeAh_.empty()) {
-            chartAh_.push_back(chargeAh_.front());
-        }
-        for (int r = from; r <= to && r < int(chargeAh_.size()); ++r) {
-            chartAh_.push_back(chargeAh_[size_t(r)]);
-        }
-    }
-    PP->showLog(chartLabTime(), TxtGetDesc->text());
-}
-
 void GetDataPage::CmdGetSave_Click() {
-    try {
-        const QString proposed =
-            QDir(lastFolder_).filePath(datalog::DefaultLogFileName(QDateTime::currentDateTime()));
-        const QString chosen = askSaveLogName(proposed);
-        if (chosen.isEmpty()) {
-            return;
-        }
-        const QString path = datalog::ForceCsvExtension(chosen);
-        lastFolder_ = QFileInfo(path).absolutePath();
-        if (QFileInfo::exists(path) && !askYesNo(datalog::OverwriteQuestion(path))) {
-            return;
-        }
-        const datalog::CsvSaveInput input{LabTime->text(), TxtGetDesc->text(), TxtRow[0]->text(),
-                                          TxtRow[1]->text()};
-        const datalog::FileResult r = datalog::SaveLogCsv(path, table_, input);
-        if (!r.ok) {
-            tellError(QStringLiteral("The log was not saved to '%1': %2")
-                          .arg(QDir::toNativeSeparators(path), r.error));
-        }
-    } catch (...) {
-    }
+    Log->CmdGetSave_Click();
 }
 
 void GetDataPage::CmdGetOpen_Click() {
-    try {
-        const QString path = askOpenLogName(QStringLiteral("*.csv"));
-        if (path.isEmpty()) {
-            return;
-        }
-        lastFolder_ = QFileInfo(path).absolutePath();
-        datalog::CsvLoadResult r = datalog::LoadLogCsv(path);
-        if (r.status == datalog::CsvLoadResult::Status::TypeError) {
-            tellInformation(QLatin1String(datalog::kFileTypeError), QMessageBox::Warning,
-                            tr("'%1' is not a data log saved by this program: its first line "
-                               "does not end with \"ZUN-Log\". Nothing was loaded.")
-                                .arg(QDir::toNativeSeparators(path)));
-            return;
-        }
-        if (r.status != datalog::CsvLoadResult::Status::Loaded) {
-            tellError(QStringLiteral("The file '%1' could not be read: %2")
-                          .arg(QDir::toNativeSeparators(path), r.error));
-            return;
-        }
-        table_.setRows(std::move(r.rows));
-        LabTime->setText(r.labTime);
-        TxtGetDesc->setText(r.description);
-        const datalog::LogFinish f = datalog::FinishLoad(table_, r.labTime);
-        CmdGetSave->setEnabled(f.saveEnabled);
-        TxtRow[0]->setText(f.txtRow0);
-        TxtRow[1]->setText(f.txtRow1);
-        setChartButtons(f.printEnabled);
-        chargeAh_ = f.chargeAh;
-        DrawLogChart();
-        if (r.truncated) {
-            tellInformation(QStringLiteral("The file is larger than a data log can be (at most "
-                                           "%1 records, %2 MiB are read): only its first %3 "
-                                           "records were loaded.")
-                                .arg(datalog::kMaxCsvDataLines)
-                                .arg(datalog::kMaxCsvBytes / (1024 * 1024))
-                                .arg(table_.recordCount()));
-        }
-    } catch (...) {
-    }
+    Log->CmdGetOpen_Click();
 }
 
 void GetDataPage::CmdPrint_Click() {
@@ -591,97 +180,47 @@ void GetDataPage::CmdExportPng_Click() {
 }
 
 void GetDataPage::TxtRow_LostFocus(int Index) {
-    if (Index < 0 || Index > 1) {
-        return;
-    }
-    QLineEdit* box = TxtRow[static_cast<size_t>(Index)];
-    box->setText(datalog::NormaliseRangeText(box->text()));
-    if (PP->showsLog()) {
-        DrawLogChart();
-    }
+    Log->TxtRow_LostFocus(Index);
 }
 
 void GetDataPage::TxtGetDesc_LostFocus() {
-    TxtGetDesc->setText(trimBlanks(TxtGetDesc->text()));
-    DrawLogChart();
+    Log->TxtGetDesc_LostFocus();
 }
 
 void GetDataPage::TxtGetDesc_KeyUp(int KeyCode) {
-    if (KeyCode == kEnterKeyCode) {
-        TxtGetDesc_LostFocus();
-    }
+    Log->TxtGetDesc_KeyUp(KeyCode);
 }
 
-bool GetDataPage::eventFilter(QObject* watched, QEvent* event) {
-    try {
-        if (event->type() == QEvent::FocusIn && (watched == TxtRow[0] || watched == TxtRow[1])) {
-            // Typing replaces the number, as in the settings boxes.
-            auto* box = static_cast<QLineEdit*>(watched);
-            QTimer::singleShot(0, box, [box] { box->selectAll(); });
-        } else if (event->type() == QEvent::FocusOut && isOwnFocusChange(event)) {
-            if (watched == TxtRow[0]) {
-                TxtRow_LostFocus(0);
-            } else if (watched == TxtRow[1]) {
-                TxtRow_LostFocus(1);
-            } else if (watched == TxtGetDesc) {
-                TxtGetDesc_LostFocus();
-            }
-        } else if (event->type() == QEvent::KeyRelease && watched == TxtGetDesc) {
-            const int key = static_cast<QKeyEvent*>(event)->key();
-            if (key == Qt::Key_Return || key == Qt::Key_Enter) {
-                TxtGetDesc_KeyUp(kEnterKeyCode);
-            }
-        }
-    } catch (...) {
-    }
-    return QWidget::eventFilter(watched, event);
+void GetDataPage::DrawLogChart() {
+    Log->DrawLogChart();
 }
 
-QString GetDataPage::askSaveLogName(const QString& proposedPath) {
-    if (dialogs.saveLogName) {
-        return dialogs.saveLogName(proposedPath);
-    }
-    // The overwrite question is the page's own, asked for the name after the ".csv" rule.
-    return QFileDialog::getSaveFileName(this, QStringLiteral("Save Data Log"), proposedPath,
-                                        QStringLiteral("CSV (*.csv);;All files (*)"), nullptr,
-                                        QFileDialog::DontConfirmOverwrite);
+std::pair<int, int> GetDataPage::chartedRange() const {
+    return Log->chartedRange();
 }
 
-QString GetDataPage::askOpenLogName(const QString& preset) {
-    if (dialogs.openLogName) {
-        return dialogs.openLogName(preset);
-    }
-    return QFileDialog::getOpenFileName(this, QStringLiteral("Open Data Log"), lastFolder_,
-                                        QStringLiteral("CSV (%1);;All files (*)").arg(preset));
+const datalog::LogTableModel& GetDataPage::chartTable() const {
+    return Log->chartTable();
 }
 
-bool GetDataPage::askYesNo(const QString& question) {
-    if (dialogs.askYesNo) {
-        return dialogs.askYesNo(question);
-    }
-    return QMessageBox::question(this, QString(), question, QMessageBox::Yes | QMessageBox::No,
-                                 QMessageBox::Yes) == QMessageBox::Yes;
+const datalog::LogTableModel& GetDataPage::logTable() const {
+    return Log->logTable();
 }
 
-void GetDataPage::tellInformation(const QString& text, QMessageBox::Icon icon,
-                                  const QString& detail) {
-    lastDetail_ = detail;
-    if (dialogs.information) {
-        dialogs.information(text);
-        return;
-    }
-    QMessageBox box(icon, window()->windowTitle(), text, QMessageBox::Ok, this);
-    box.setInformativeText(detail);
-    box.exec();
+const std::vector<float>& GetDataPage::chargeAh() const {
+    return Log->chargeAh();
 }
 
-void GetDataPage::tellError(const QString& text) {
-    lastDetail_.clear();
-    if (dialogs.error) {
-        dialogs.error(text);
-        return;
-    }
-    QMessageBox::warning(this, QString(), text);
+bool GetDataPage::downloading() const {
+    return Log->downloading();
+}
+
+QString GetDataPage::lastMessageDetail() const {
+    return Log->lastMessageDetail();
+}
+
+QString GetDataPage::TxtGetText(int index) const {
+    return Readings->boxText(index);
 }
 
 }  // namespace zun::app

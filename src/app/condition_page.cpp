@@ -98,7 +98,13 @@ QWidget* ConditionPage::buildGrid() {
     for (int slot = 0; slot < kSlotCount; ++slot) {
         RowLabel[slot] = MakeLabel(QString::fromUtf8(kRowCaptions[slot]),
                                    QStringLiteral("Label3(%1)").arg(rowBase + slot));
-        // The column is as wide as its longest caption, in whatever language.
+        // The column is as wide as its longest caption, in whatever language, up to the
+        // longest English one: a longer translation wraps onto a second line rather than
+        // pushing the stage columns out of a 1024-pixel window.
+        RowLabel[slot]->setWordWrap(true);
+        RowLabel[slot]->setFixedWidth(
+            RowLabel[slot]->fontMetrics().horizontalAdvance(QString::fromUtf8(kRowCaptions[7])) +
+            8);
         grid->addWidget(RowLabel[slot], slot + 1, 0);
     }
     if (!next) {
@@ -384,9 +390,14 @@ void ConditionPage::InitPage() {
 
 void ConditionPage::ShowColumns(int stageCount) {
     captionStages_ = stageCount;
+    auto* grid = qobject_cast<QGridLayout*>(LabCol[0]->parentWidget()->layout());
     for (int s = 0; s < kMaxStages; ++s) {
         const bool shown = profile::StageVisible(s, stageCount);
         shown_[s] = shown;
+        // A hidden stage keeps no room, so the page scrolls only when the shown ones need it.
+        if (grid != nullptr) {
+            grid->setColumnMinimumWidth(2 + 2 * s, shown ? 58 : 0);
+        }
         if (shown) {
             LabCol[s]->setText(columnCaption(s, stageCount));
         }

@@ -329,11 +329,14 @@ private:
         } entries[] = {{-42, kVoltageColour, data_.texts.voltage},
                        {-17, kCurrentColour, data_.texts.current},
                        {8, kChargeColour, data_.texts.charge}};
+        // A longer word than the English one moves the entries after it to the right.
+        double free = -std::numeric_limits<double>::infinity();
         for (const auto& e : entries) {
+            const double at = std::max(f_.right + e.at, free);
             painter_.setPen(linePen(painter_, e.colour, lw));
-            painter_.drawLine(QPointF(map_.x(f_.right + e.at), map_.y(ly)),
-                              QPointF(map_.x(f_.right + e.at + 7), map_.y(ly)));
-            text.at(f_.right + e.at + 9, ty, e.name, 0xFF000000);
+            painter_.drawLine(QPointF(map_.x(at), map_.y(ly)), QPointF(map_.x(at + 7), map_.y(ly)));
+            text.at(at + 9, ty, e.name, 0xFF000000);
+            free = at + 9 + text.width(e.name) + 2;
         }
     }
 

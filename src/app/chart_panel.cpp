@@ -4,6 +4,7 @@
 #include "app/page_parts.h"
 #include "datalog/log_csv.h"
 #include "datalog/log_finish.h"
+#include "lang/program_texts.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -17,6 +18,9 @@
 #include <QVBoxLayout>
 
 namespace zun::app {
+
+using lang::T;
+using lang::Text;
 
 ChartPanel::ChartPanel(Source source, LogDialogs& dialogs, QString& lastFolder, QWidget* parent)
     : QWidget(parent), source_(std::move(source)), dialogs_(dialogs), lastFolder_(lastFolder) {
@@ -49,14 +53,15 @@ void ChartPanel::setButtons(bool enabled) {
 }
 
 datalog::ChartData ChartPanel::chartData() const {
-    return {source_.table, source_.chargeAh, source_.labTime(), source_.description()};
+    return {source_.table, source_.chargeAh, source_.labTime(), source_.description(),
+            ChartTextsInUse()};
 }
 
 void ChartPanel::CmdPrint_Click() {
     try {
         QPrinter printer(QPrinter::HighResolution);
         printer.setPageOrientation(QPageLayout::Landscape);
-        printer.setDocName(QStringLiteral("Data Log"));
+        printer.setDocName(Text(T::ChartTitle));
         printer.setFromTo(1, 1);
         bool accepted = false;
         if (dialogs_.print) {
@@ -71,7 +76,7 @@ void ChartPanel::CmdPrint_Click() {
         }
         QPainter painter;
         if (!painter.begin(&printer)) {
-            tellError(QStringLiteral("The chart could not be printed: the printer did not start."));
+            tellError(Text(T::NotPrinted));
             return;
         }
         const datalog::ChartData data = chartData();
@@ -89,7 +94,7 @@ QString ChartPanel::exportPath(const QString& suffix, const QString& filter) {
     if (dialogs_.exportName) {
         path = dialogs_.exportName(proposed, filter);
     } else {
-        QFileDialog dialog(this, QStringLiteral("Export Chart"), proposed, filter);
+        QFileDialog dialog(this, Text(T::ExportTitle), proposed, filter);
         dialog.setAcceptMode(QFileDialog::AcceptSave);
         dialog.setDefaultSuffix(suffix);
         dialog.selectFile(proposed);
@@ -133,8 +138,7 @@ void ChartPanel::exportChart(
         const datalog::ChartData data = chartData();
         const datalog::FileResult r = write(data, path);
         if (!r.ok) {
-            tellError(QStringLiteral("The chart was not exported to '%1': %2")
-                          .arg(QDir::toNativeSeparators(path), r.error));
+            tellError(Text(T::NotExported).arg(QDir::toNativeSeparators(path), r.error));
         }
     } catch (...) {
     }

@@ -4,6 +4,7 @@
 #include "app/profile_editor.h"
 #include "app/protection_page.h"
 #include "app/stages_page.h"
+#include "lang/program_texts.h"
 #include "link/codec.h"
 #include "profile/consistency_check.h"
 #include "profile/field_corrections.h"
@@ -19,6 +20,9 @@
 #include <vector>
 
 namespace zun::app {
+
+using lang::T;
+using lang::Text;
 
 namespace {
 
@@ -38,12 +42,19 @@ constexpr const char* kRowCaptions[kSlotCount] = {
     "Charge in this section percent of nominal bat capacity (%)",
 };
 
+// "Stage 1 to 2": the transition out of a stage, the last one back to stage 1.
+QString TransitionText(int stage, int stageCount) {
+    const int from = stage + 1;
+    const int to = (from == stageCount) ? 1 : from + 1;
+    return Text(T::StageToStage).arg(from).arg(to);
+}
+
 // The captions the columns carry before a stage count has been chosen.
 QString designCaption(int stage) {
     if (stage == 0) {
-        return QStringLiteral("** Stage 1 to 2");
+        return QStringLiteral("** ") + Text(T::StageToStage).arg(1).arg(2);
     }
-    return profile::TransitionCaption(stage, kMaxStages);
+    return TransitionText(stage, kMaxStages);
 }
 
 }  // namespace
@@ -61,9 +72,8 @@ ConditionPage::ConditionPage(ConditionKind kind, ProfileEditor& editor, WindowSt
     Title->setFont(bold);
 
     Note = MakeWrongEntryNote(next ? QStringLiteral("Label3(16)") : QStringLiteral("Label3(20)"));
-    CmdOKn =
-        MakeWriteButton(next ? QStringLiteral("CmdOK3") : QStringLiteral("CmdOK4"),
-                        QStringLiteral("Write the conditions to the charger, one frame per stage"));
+    CmdOKn = MakeWriteButton(next ? QStringLiteral("CmdOK3") : QStringLiteral("CmdOK4"),
+                             T::TipWriteConditions);
     QHBoxLayout* bottom = MakePageFooter(Note, CmdOKn);
 
     auto* v = new QVBoxLayout(this);
@@ -88,7 +98,13 @@ QWidget* ConditionPage::buildGrid() {
     for (int slot = 0; slot < kSlotCount; ++slot) {
         RowLabel[slot] = MakeLabel(QString::fromUtf8(kRowCaptions[slot]),
                                    QStringLiteral("Label3(%1)").arg(rowBase + slot));
-        // The column is as wide as its longest caption, in whatever language.
+        // The column is as wide as its longest caption, in whatever language, up to the
+        // longest English one: a longer translation wraps onto a second line rather than
+        // pushing the stage columns out of a 1024-pixel window.
+        RowLabel[slot]->setWordWrap(true);
+        RowLabel[slot]->setFixedWidth(
+            RowLabel[slot]->fontMetrics().horizontalAdvance(QString::fromUtf8(kRowCaptions[7])) +
+            8);
         grid->addWidget(RowLabel[slot], slot + 1, 0);
     }
     if (!next) {
@@ -120,8 +136,7 @@ void ConditionPage::addStageColumn(QGridLayout* grid, int s) {
     const QString typeName = next ? QStringLiteral("Cmb3Type(%1)") : QStringLiteral("Cmb4Type(%1)");
     const QString txtName = next ? QStringLiteral("Txt3(%1)") : QStringLiteral("Txt4(%1)");
     const QString colName = next ? QStringLiteral("LabNext(%1)") : QStringLiteral("LabAny(%1)");
-    const QStringList typeItems{QStringLiteral("none"), QStringLiteral("and"),
-                                QStringLiteral("or")};
+    const QStringList typeItems{Text(T::TypeNone), Text(T::TypeAnd), Text(T::TypeOr)};
     const int col = 1 + 2 * s;
     LabCol[s] = MakeLabel(next ? designCaption(s) : columnCaption(s, kMaxStages), colName.arg(s));
     LabCol[s]->setAlignment(Qt::AlignCenter);
@@ -161,7 +176,26 @@ void ConditionPage::addStageColumn(QGridLayout* grid, int s) {
     grid->setColumnMinimumWidth(col + 1, 58);
 }
 
+void ConditionPage::retranslate() {
+    const QStringList types{Text(T::TypeNone), Text(T::TypeAnd), Text(T::TypeOr)};
+    for (QComboBox* type : CmbType) {
+        for (int k = 0; k < types.size() && k < type->count(); ++k) {
+            type->setItemText(k, types[k]);
+        }
+    }
+    for (int s = 0; s < kMaxStages; ++s) {
+        if (captionStages_ < 0) {
+            LabCol[s]->setText(kind_ == ConditionKind::Next ? designCaption(s)
+                                                            : columnCaption(s, kMaxStages));
+        } else if (shown_[s]) {
+            LabCol[s]->setText(columnCaption(s, captionStages_));
+        }
+    }
+}
+
 void ConditionPage::connectCells() {
+    connect(&lang::ProgramTexts::instance(), &lang::ProgramTexts::changed, this,
+            &ConditionPage::retranslate);
     for (int i = 0; i < kCellCount; ++i) {
         setCellUsed(i, false);
         connect(CmbType[i], &QComboBox::currentIndexChanged, this,
@@ -177,9 +211,9 @@ void ConditionPage::connectCells() {
 // The next-stage page names the transition, the any-stage page the stage the jump leaves.
 QString ConditionPage::columnCaption(int stage, int stageCount) const {
     if (kind_ == ConditionKind::Next) {
-        return profile::TransitionCaption(stage, stageCount);
+        return TransitionText(stage, stageCount);
     }
-    return QStringLiteral("Stage %1").arg(stage + 1);
+    return Text(T::StageNumber).arg(stage + 1);
 }
 
 ConditionPage::MemoryTable ConditionPage::table() const {
@@ -295,9 +329,8 @@ void ConditionPage::Txt_LostFocus(int Index) {
         const double sum = profile::SectionTimeSum(texts, shown_);
         const double limit = static_cast<double>(link::TextToSingle(context.Txt1_4) * 60.0f);
         editor_.ShowMessage(
-            QString::fromLatin1(profile::kTotalTimeMessage), QMessageBox::Warning,
-            tr("The stage times add up to %1 min; the maximum total charging time allows %2 min "
-               "(%3 h).")
+            Text(T::TotalTimeExceeded), QMessageBox::Warning,
+            Text(T::StageTimesSum)
                 .arg(QString::number(sum, 'g', 6), QString::number(limit, 'g', 6), context.Txt1_4));
     }
 }
@@ -330,7 +363,7 @@ std::optional<QStringList> ConditionPage::buildFrames() {
         }
     } catch (const std::exception& e) {
         editor_.ShowMessage(QString::fromLatin1(e.what()), QMessageBox::Critical,
-                            tr("Nothing of this page was sent."));
+                            Text(T::NothingSent));
         return std::nullopt;
     }
     return built;
@@ -356,9 +389,15 @@ void ConditionPage::InitPage() {
 }
 
 void ConditionPage::ShowColumns(int stageCount) {
+    captionStages_ = stageCount;
+    auto* grid = qobject_cast<QGridLayout*>(LabCol[0]->parentWidget()->layout());
     for (int s = 0; s < kMaxStages; ++s) {
         const bool shown = profile::StageVisible(s, stageCount);
         shown_[s] = shown;
+        // A hidden stage keeps no room, so the page scrolls only when the shown ones need it.
+        if (grid != nullptr) {
+            grid->setColumnMinimumWidth(2 + 2 * s, shown ? 58 : 0);
+        }
         if (shown) {
             LabCol[s]->setText(columnCaption(s, stageCount));
         }

@@ -92,12 +92,15 @@ private:
     using MemoryTable = QString& (profile::ProfileMemory::*)(int, int);
     MemoryTable table() const;
     QString columnCaption(int stage, int stageCount) const;
+    // The condition types and the column captions in the language in use.
+    void retranslate();
     void setCellUsed(int Index, bool used);
 
     ConditionKind kind_;
     ProfileEditor& editor_;
     WindowState& state_;
     std::array<bool, profile::kMaxStages> shown_{};
+    int captionStages_ = -1;  // the stage count the column captions name; -1 before one
 };
 
 }  // namespace zun::app

@@ -1,14 +1,13 @@
 #include "app/finding_text.h"
 
-#include <QCoreApplication>
+#include "lang/program_texts.h"
 
 namespace zun::app {
 
-namespace {
+using lang::T;
+using lang::Text;
 
-QString tr(const char* text) {
-    return QCoreApplication::translate("zun::app::FindingText", text);
-}
+namespace {
 
 QString num(double v) {
     return QString::number(v, 'g', 6);
@@ -20,27 +19,27 @@ QString FindingName(const profile::Finding& f) {
     using profile::Field;
     switch (f.field) {
         case Field::Txt1_4:
-            return tr("Maximum total charging time");
+            return Text(T::FindTotalTime);
         case Field::Cmb2Total:
-            return tr("Number of stages");
+            return Text(T::FindStageCount);
         case Field::Txt2:
-            return (f.index % 2 == 0 ? tr("Stage %1 voltage") : tr("Stage %1 current"))
+            return (f.index % 2 == 0 ? Text(T::FindStageVoltage) : Text(T::FindStageCurrent))
                 .arg(f.index / 2 + 1);
         case Field::Txt3:
             switch (f.index % 8) {
                 case 0:
-                    return tr("Stage %1 switch voltage").arg(f.index / 8 + 1);
+                    return Text(T::FindSwitchVoltage).arg(f.index / 8 + 1);
                 case 4:
-                    return tr("Stage %1 switch current").arg(f.index / 8 + 1);
+                    return Text(T::FindSwitchCurrent).arg(f.index / 8 + 1);
                 case 5:
-                    return tr("Stage %1 time").arg(f.index / 8 + 1);
+                    return Text(T::FindStageTime).arg(f.index / 8 + 1);
                 default:
-                    return tr("Stage %1 condition %2").arg(f.index / 8 + 1).arg(f.index % 8 + 1);
+                    return Text(T::FindCondition).arg(f.index / 8 + 1).arg(f.index % 8 + 1);
             }
         case Field::Cmb3Type:
-            return tr("Stage %1 condition type %2").arg(f.index / 8 + 1).arg(f.index % 8 + 1);
+            return Text(T::FindConditionType).arg(f.index / 8 + 1).arg(f.index % 8 + 1);
         case Field::SectionTotal:
-            return tr("Stage times");
+            return Text(T::FindStageTimes);
     }
     return QString();
 }
@@ -51,35 +50,25 @@ QString FindingReason(const profile::Finding& f) {
         case Rule::None:
             return QString();
         case Rule::TotalHours:
-            return tr("must lie between %1 h and %2 h (now %3 h)")
-                .arg(num(f.low), num(f.high), num(f.value));
+            return Text(T::RuleTotalHours).arg(num(f.low), num(f.high), num(f.value));
         case Rule::StageCount:
-            return tr("choose the number of stages");
+            return Text(T::RuleStageCount);
         case Rule::StageVoltage:
-            return tr("must lie between %1 V and %2 V, below the over-voltage protection "
-                      "(now %3 V)")
-                .arg(num(f.low), num(f.high), num(f.value));
+            return Text(T::RuleStageVoltage).arg(num(f.low), num(f.high), num(f.value));
         case Rule::StageCurrent:
-            return tr("must lie between %1 A and %2 A, the charger's rating (now %3 A)")
-                .arg(num(f.low), num(f.high), num(f.value));
+            return Text(T::RuleStageCurrent).arg(num(f.low), num(f.high), num(f.value));
         case Rule::SwitchVoltage:
-            return tr("must lie between %1 V and %2 V and at least %3 V below the stage "
-                      "voltage (now %4 V)")
+            return Text(T::RuleSwitchVoltage)
                 .arg(num(f.low), num(f.high), num(f.step), num(f.value));
         case Rule::SwitchCurrent:
-            return tr("must lie between %1 A and %2 A, the stage current less 1 A (now %3 A)")
-                .arg(num(f.low), num(f.high), num(f.value));
+            return Text(T::RuleSwitchCurrent).arg(num(f.low), num(f.high), num(f.value));
         case Rule::SectionTimes:
             if (f.field == profile::Field::SectionTotal) {
-                return tr("add up to %1 min, more than the %2 min of the maximum total charging "
-                          "time")
-                    .arg(num(f.value), num(f.high));
+                return Text(T::RuleTimesTotal).arg(num(f.value), num(f.high));
             }
-            return tr("the stage times add up to more than %1 min, the maximum total charging "
-                      "time")
-                .arg(num(f.high));
+            return Text(T::RuleTimesStage).arg(num(f.high));
         case Rule::AndOrMixed:
-            return tr("\"and\" and \"or\" are mixed on one stage's conditions");
+            return Text(T::RuleAndOrMixed);
     }
     return QString();
 }

@@ -4,8 +4,10 @@
 #include "app/language_applier.h"
 #include "app/line_trace_window.h"
 #include "app/monitor_panel.h"
+#include "app/page_parts.h"
 #include "app/profile_editor.h"
 #include "app/settings_actions.h"
+#include "lang/program_texts.h"
 #include "link/build_info.h"
 #include "link/frames.h"
 #include "link/model_table.h"
@@ -26,6 +28,9 @@
 #include <QVBoxLayout>
 
 namespace zun::app {
+
+using lang::T;
+using lang::Text;
 
 namespace {
 
@@ -59,6 +64,8 @@ FrmMain::FrmMain(const StartOptions& options, QWidget* parent)
             [this](bool busy) { busy ? busy_.enter() : busy_.leave(); });
     ports_ = link::PortList(options_.devices, options_.systemDevices);
     buildUi();
+    connect(&lang::ProgramTexts::instance(), &lang::ProgramTexts::changed, this,
+            &FrmMain::retranslate);
 }
 
 FrmMain::~FrmMain() {
@@ -83,11 +90,8 @@ void FrmMain::buildUi() {
     buildTransferProgress();
     connect(editor_, &ProfileEditor::statusMessage, this,
             [this](const QString& text) { statusBar()->showMessage(text); });
-    connect(&busy_, &BusyGuard::heldOff, this, [this] {
-        statusBar()->showMessage(tr("Busy: the charger is still answering; try again when it "
-                                    "has finished."),
-                                 4000);
-    });
+    connect(&busy_, &BusyGuard::heldOff, this,
+            [this] { statusBar()->showMessage(Text(T::Busy), 4000); });
     buildMenus();
     connectSession();
     connect(CboPort, &QComboBox::activated, this, [this] { CboPort_Click(); });
@@ -137,6 +141,7 @@ void FrmMain::buildMenus() {
     ActFastLink = settingsMenu->addAction(tr("&Fast link"));
     ActFastLink->setObjectName(QStringLiteral("ActFastLink"));
     ActFastLink->setCheckable(true);
+    ActFastLink->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F));
     ActFastLink->setChecked(QSettings().value(kFastLinkKey, false).toBool());
     session_->setFastMode(ActFastLink->isChecked());
     connect(ActFastLink, &QAction::toggled, this, [this](bool on) {
@@ -153,16 +158,19 @@ void FrmMain::buildMenus() {
             });
     QMenu* helpMenu = menuBar()->addMenu(tr("&Help"));
     helpMenu->setObjectName(QStringLiteral("MnuHelp"));
-    ActLineTrace = helpMenu->addAction(tr("&Line trace..."));
+    ActLineTrace = helpMenu->addAction(QString());
     ActLineTrace->setObjectName(QStringLiteral("ActLineTrace"));
+    ActLineTrace->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_T));
+    FollowLanguage(ActLineTrace, [this] { ActLineTrace->setText(Text(T::LineTraceMenu)); });
     connect(ActLineTrace, &QAction::triggered, this, [this] {
         lineTraceWindow()->show();
         lineTraceWindow()->raise();
     });
     QAction* about = helpMenu->addAction(tr("&About ZUN"));
     about->setObjectName("ActAbout");
+    about->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_F1));
     connect(about, &QAction::triggered, this,
-            [this] { QMessageBox::about(this, tr("About ZUN"), AboutText()); });
+            [this] { QMessageBox::about(this, Text(T::AboutTitle), AboutText()); });
 }
 
 // What the window shows of the session: exchange results, a lost and a regained port, and the
@@ -173,20 +181,15 @@ void FrmMain::connectSession() {
 
     // An unplugged adapter: say so at once rather than at the next port choice.
     connect(session_.get(), &session::ChargerSession::portLost, this, [this] {
-        Label0_1->setText(QStringLiteral("No Connection"));
-        SetTextColour(Label0_1, kWrongColour);
-        statusBar()->showMessage(
-            QStringLiteral("No Connection: waiting for %1 to come back").arg(session_->device()));
+        showConnection(false);
+        statusBar()->showMessage(Text(T::WaitingForDevice).arg(session_->device()));
     });
     // The adapter is back. The pages keep what they show (edits would be lost): reading them
     // again is offered, not done.
     session_->setWatchForReturn(true);
     connect(session_.get(), &session::ChargerSession::portRegained, this, [this] {
-        Label0_1->setText(QStringLiteral("Connection OK"));
-        SetTextColour(Label0_1, kGreen);
-        statusBar()->showMessage(
-            QStringLiteral("%1 is back: Connection OK. The pages were not read again.")
-                .arg(session_->device()));
+        showConnection(true);
+        statusBar()->showMessage(Text(T::DeviceBack).arg(session_->device()));
         readPagesButton()->setVisible(true);
     });
     // The log transfer holds the line: nothing else may start an exchange until it ends.
@@ -222,9 +225,7 @@ void FrmMain::buildTransferProgress() {
     PrgTransfer->setVisible(false);
     CmdCancel = new QPushButton(tr("&Cancel"));
     CmdCancel->setObjectName(QStringLiteral("CmdCancel"));
-    CmdCancel->setToolTip(
-        tr("Stop the log download after the current record; the records read "
-           "so far are kept"));
+    FollowLanguage(CmdCancel, [this] { CmdCancel->setToolTip(Text(T::TipCancel)); });
     CmdCancel->setVisible(false);
     statusBar()->addPermanentWidget(PrgTransfer);
     statusBar()->addPermanentWidget(CmdCancel);
@@ -232,7 +233,7 @@ void FrmMain::buildTransferProgress() {
         cancelled_ = true;
         CmdCancel->setEnabled(false);
         session_->requestCancel();
-        statusBar()->showMessage(tr("Cancelling the log download ..."));
+        statusBar()->showMessage(Text(T::Cancelling));
     });
     connect(session_.get(), &session::ChargerSession::progressText, this,
             [this](const QString& text) {
@@ -250,12 +251,11 @@ void FrmMain::buildTransferProgress() {
         if (active) {
             cancelled_ = false;
             PrgTransfer->setValue(0);
-            statusBar()->showMessage(tr("Downloading the data log ..."));
+            statusBar()->showMessage(Text(T::Downloading));
         } else if (cancelled_) {
-            statusBar()->showMessage(
-                tr("Log download cancelled: the %1 records read so far are kept.").arg(rows));
+            statusBar()->showMessage(Text(T::DownloadCancelled).arg(rows));
         } else {
-            statusBar()->showMessage(tr("Log download ended: %1 records read.").arg(rows));
+            statusBar()->showMessage(Text(T::DownloadEnded).arg(rows));
         }
     });
 }
@@ -341,15 +341,14 @@ void FrmMain::searchCharger() {
     };
     for (int i = 0; i < CboPort->count(); ++i) {
         const QString device = ports_.deviceFor(link::PortList::NumberOf(CboPort->itemText(i)));
-        statusBar()->showMessage(
-            tr("Searching for the charger on %1 (%2) ...").arg(CboPort->itemText(i), device));
+        statusBar()->showMessage(Text(T::Searching).arg(CboPort->itemText(i), device));
         if (session_->search({device}).front().charger) {
-            settle(tr("Charger found on %1 (%2).").arg(CboPort->itemText(i), device));
+            settle(Text(T::ChargerFound).arg(CboPort->itemText(i), device));
             selectPort(i);
             return;
         }
     }
-    settle(tr("No charger answered on the ports searched (%1).").arg(CboPort->count()));
+    settle(Text(T::NoChargerFound).arg(CboPort->count()));
 }
 
 void FrmMain::selectPort(int index) {
@@ -378,26 +377,17 @@ void FrmMain::CboPort_Click() {
     // Disabling the focused list would push the focus into a settings box and correct it.
     editor_->ParkFocus(nv);
     nv->setEnabled(state_.ChargerModel.isEmpty());
-    if (nv->isEnabled()) {
-        Label1->setText(
-            QStringLiteral("Warning : The selected nominal battery voltage must be same as the "
-                           "charger's."));
-        SetTextColour(Label1, kWrongColour);
-    } else {
-        const link::ModelInfo info = link::ModelTable::RatingText(state_.ChargerModel);
-        state_.RatedCurrent = info.ratedCurrent;
-        Label1->setText(info.rating);
-        setLabelSystemColour(Label1);
+    if (!nv->isEnabled()) {
+        state_.RatedCurrent = link::ModelTable::RatingText(state_.ChargerModel).ratedCurrent;
     }
+    showRating();
 
     // A failed connection fills both profiles with zeros, as the charger's empty image would.
     const QString reply = session_->readSettings(state_.memory.profiles);
     if (reply.size() >= link::kMinSettingsReplyChars) {
-        Label0_1->setText(QStringLiteral("Connection OK"));
-        SetTextColour(Label0_1, kGreen);
+        showConnection(true);
     } else {
-        Label0_1->setText(QStringLiteral("No Connection"));
-        SetTextColour(Label0_1, kWrongColour);
+        showConnection(false);
         reportRefusals({refusal});
     }
     editor_->CmbPN_Click();
@@ -421,7 +411,7 @@ LineTraceWindow* FrmMain::lineTraceWindow() {
 
 QPushButton* FrmMain::readPagesButton() {
     if (CmdReadPages == nullptr) {
-        CmdReadPages = new QPushButton(tr("Read pages from charger"));
+        CmdReadPages = new QPushButton(Text(T::ReadPages));
         CmdReadPages->setObjectName(QStringLiteral("CmdReadPages"));
         BusyGuard::MarkExchangeStarter(CmdReadPages);
         statusBar()->addPermanentWidget(CmdReadPages);
@@ -438,7 +428,7 @@ void FrmMain::showExchangeEnd(const link::ExchangeOutcome& outcome) {
     QString why = link::DescribeLineFailure(outcome);
     if (why.isEmpty() && outcome.received > 0 &&
         outcome.verdict.state != link::ReplyState::Complete) {
-        why = QStringLiteral("the reply failed the check (%1)").arg(outcome.verdict.why);
+        why = Text(T::ReplyFailedCheck).arg(outcome.verdict.why);
     }
     if (!why.isEmpty()) {
         diagnostic_ = QStringLiteral("%1: %2").arg(session_->device(), why);
@@ -470,6 +460,42 @@ void FrmMain::LoadLanguage() {
         return;
     }
     ApplyLanguage(this, read.captions);
+    lang::ProgramTexts::instance().use(read.texts);
+}
+
+void FrmMain::showConnection(bool ok) {
+    connectionShown_ = ok ? 1 : 0;
+    Label0_1->setText(Text(ok ? T::ConnectionOk : T::NoConnection));
+    SetTextColour(Label0_1, ok ? kGreen : kWrongColour);
+}
+
+void FrmMain::showRating() {
+    ratingShown_ = true;
+    if (state_.ChargerModel.isEmpty()) {
+        Label1->setText(Text(T::NominalWarning));
+        SetTextColour(Label1, kWrongColour);
+        return;
+    }
+    // The model table's "Rating : 12V 10A 150W." with its head in the window's language.
+    QString rating = link::ModelTable::RatingText(state_.ChargerModel).rating;
+    const QString head = QStringLiteral("Rating :");
+    if (rating.startsWith(head)) {
+        rating = Text(T::Rating) + rating.mid(head.size());
+    }
+    Label1->setText(rating);
+    setLabelSystemColour(Label1);
+}
+
+void FrmMain::retranslate() {
+    if (connectionShown_ >= 0) {
+        showConnection(connectionShown_ == 1);
+    }
+    if (ratingShown_) {
+        showRating();
+    }
+    if (CmdReadPages != nullptr) {
+        CmdReadPages->setText(Text(T::ReadPages));
+    }
 }
 
 void FrmMain::Tab1_Click(int index) {

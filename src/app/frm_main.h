@@ -100,6 +100,11 @@ private:
     void Tab1_Click(int index);
     void fillLanguages();
     void LoadLanguage();
+    // "Connection OK" / "No Connection" and the rating or the nominal-voltage warning, in the
+    // language in use; retranslate() shows them again after a change of language.
+    void showConnection(bool ok);
+    void showRating();
+    void retranslate();
     // Ports refused for lack of permission or held by another program, with the remedy, in
     // the status bar (which exists only once there is something to say).
     void reportRefusals(const QVector<link::PortRefusal>& refusals);
@@ -123,6 +128,8 @@ private:
     link::LineTrace lineTrace_;
     LineTraceWindow* traceWindow_ = nullptr;
     bool cancelled_ = false;
+    int connectionShown_ = -1;  // -1 nothing yet, 0 "No Connection", 1 "Connection OK"
+    bool ratingShown_ = false;
     // The last line or port trouble reported in the status bar.
     QString diagnostic_;
 };

@@ -3,6 +3,7 @@
 #include "app/page_parts.h"
 #include "app/profile_editor.h"
 #include "app/protection_page.h"
+#include "lang/program_texts.h"
 #include "link/codec.h"
 #include "profile/field_corrections.h"
 #include "profile/nominal_voltage.h"
@@ -13,6 +14,9 @@
 #include <QVBoxLayout>
 
 namespace zun::app {
+
+using lang::T;
+using lang::Text;
 
 namespace {
 
@@ -54,8 +58,7 @@ GeneralPage::GeneralPage(ProfileEditor& editor, WindowState& state, QWidget* par
 
     Lab0[13] = MakeWrongEntryNote(QStringLiteral("Lab0(13)"));
 
-    CmdOK0 =
-        MakeWriteButton(QStringLiteral("CmdOK0"), QStringLiteral("Write this page to the charger"));
+    CmdOK0 = MakeWriteButton(QStringLiteral("CmdOK0"), T::TipWritePage);
 
     QHBoxLayout* bottom = MakePageFooter(Lab0[13], CmdOK0);
 
@@ -123,7 +126,7 @@ std::optional<QStringList> GeneralPage::buildFrames() {
     } catch (const std::exception& e) {
         // Nothing is sent; the write-all must not report this page as written.
         editor_.ShowMessage(QString::fromLatin1(e.what()), QMessageBox::Critical,
-                            tr("Nothing of this page was sent."));
+                            Text(T::NothingSent));
         return std::nullopt;
     }
 }

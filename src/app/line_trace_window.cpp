@@ -1,6 +1,7 @@
 #include "app/line_trace_window.h"
 
 #include "fileio/save_file.h"
+#include "lang/program_texts.h"
 
 #include <QClipboard>
 #include <QDateTime>
@@ -14,10 +15,13 @@
 
 namespace zun::app {
 
+using lang::T;
+using lang::Text;
+
 LineTraceWindow::LineTraceWindow(const link::LineTrace& trace, QWidget* parent)
     : QDialog(parent), trace_(trace) {
     setObjectName(QStringLiteral("FrmLineTrace"));
-    setWindowTitle(QStringLiteral("Line trace"));
+    setWindowTitle(Text(T::LineTraceTitle));
     TxtTrace = new QPlainTextEdit;
     TxtTrace->setObjectName(QStringLiteral("TxtTrace"));
     TxtTrace->setReadOnly(true);
@@ -25,9 +29,9 @@ LineTraceWindow::LineTraceWindow(const link::LineTrace& trace, QWidget* parent)
     TxtTrace->setFont(QFont(QStringLiteral("monospace")));
     // Never more lines on screen than the trace keeps.
     TxtTrace->setMaximumBlockCount(int(link::LineTrace::kCapacity) + 1);
-    CmdTraceCopy = new QPushButton(QStringLiteral("Copy"));
+    CmdTraceCopy = new QPushButton(Text(T::Copy));
     CmdTraceCopy->setObjectName(QStringLiteral("CmdTraceCopy"));
-    CmdTraceSave = new QPushButton(QStringLiteral("Save..."));
+    CmdTraceSave = new QPushButton(Text(T::SaveEllipsis));
     CmdTraceSave->setObjectName(QStringLiteral("CmdTraceSave"));
     LabTrace = new QLabel;
     LabTrace->setObjectName(QStringLiteral("LabTrace"));
@@ -44,6 +48,10 @@ LineTraceWindow::LineTraceWindow(const link::LineTrace& trace, QWidget* parent)
 }
 
 void LineTraceWindow::showEvent(QShowEvent* event) {
+    // The language may have changed since the window was made.
+    setWindowTitle(Text(T::LineTraceTitle));
+    CmdTraceCopy->setText(Text(T::Copy));
+    CmdTraceSave->setText(Text(T::SaveEllipsis));
     refill();
     QDialog::showEvent(event);
 }
@@ -51,7 +59,7 @@ void LineTraceWindow::showEvent(QShowEvent* event) {
 void LineTraceWindow::refill() {
     TxtTrace->setPlainText(trace_.text().chopped(trace_.size() > 0 ? 1 : 0));
     TxtTrace->verticalScrollBar()->setValue(TxtTrace->verticalScrollBar()->maximum());
-    LabTrace->setText(QStringLiteral("%1 frames").arg(trace_.size()));
+    LabTrace->setText(Text(T::Frames).arg(trace_.size()));
 }
 
 void LineTraceWindow::frameAdded() {
@@ -59,7 +67,7 @@ void LineTraceWindow::frameAdded() {
         return;
     }
     TxtTrace->appendPlainText(link::TraceLine(trace_.at(trace_.size() - 1)));
-    LabTrace->setText(QStringLiteral("%1 frames").arg(trace_.size()));
+    LabTrace->setText(Text(T::Frames).arg(trace_.size()));
 }
 
 void LineTraceWindow::CmdTraceCopy_Click() {
@@ -70,18 +78,18 @@ void LineTraceWindow::CmdTraceSave_Click() {
     const QString proposed = QDir::home().filePath(
         QStringLiteral("ZUN-Trace-%1.txt")
             .arg(QDateTime::currentDateTime().toString(QStringLiteral("yyMMdd-HHmmss"))));
-    const QString path = askSavePath ? askSavePath(proposed)
-                                     : QFileDialog::getSaveFileName(
-                                           this, QStringLiteral("Save line trace"), proposed,
-                                           QStringLiteral("Text (*.txt);;All files (*)"));
+    const QString path = askSavePath
+                             ? askSavePath(proposed)
+                             : QFileDialog::getSaveFileName(this, Text(T::SaveLineTraceTitle),
+                                                            proposed, Text(T::TextFilter));
     if (path.isEmpty()) {
         return;
     }
     // The shared safe writer: a failed save leaves an existing file as it was and says why.
     const fileio::SaveOutcome saved = fileio::SaveWholeFile(path, trace_.text().toUtf8());
     if (!saved.ok) {
-        const QString why = QStringLiteral("The line trace was not saved to '%1': %2")
-                                .arg(QDir::toNativeSeparators(path), saved.reason);
+        const QString why =
+            Text(T::LineTraceNotSaved).arg(QDir::toNativeSeparators(path), saved.reason);
         if (tellError) {
             tellError(why);
         } else {

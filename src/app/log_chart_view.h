@@ -1,5 +1,6 @@
 #pragma once
 
+#include "datalog/log_chart.h"
 #include "datalog/log_table_model.h"
 
 #include <QImage>
@@ -9,6 +10,9 @@
 #include <vector>
 
 namespace zun::app {
+
+// The chart's words in the language in use.
+datalog::LogChartTexts ChartTextsInUse();
 
 // The chart surface of the Get Data page. It paints from the page's log table and charge array
 // on every repaint, so a resize redraws at the new size without keeping a picture around.

@@ -9,6 +9,7 @@
 #include "datalog/log_csv.h"
 #include "datalog/log_download.h"
 #include "datalog/log_finish.h"
+#include "lang/program_texts.h"
 #include "session/charger_session.h"
 
 #include <QApplication>
@@ -20,6 +21,7 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QRegularExpression>
 #include <QScrollBar>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -27,6 +29,9 @@
 #include <algorithm>
 
 namespace zun::app {
+
+using lang::T;
+using lang::Text;
 
 namespace {
 
@@ -61,6 +66,35 @@ QString trimBlanks(const QString& text) {
 
 }  // namespace
 
+QString ProgressCaption(const QString& progress) {
+    // "Download: 37% finished" as the transfer reports it.
+    static const QRegularExpression percent(QStringLiteral("^Download: (\\d+)% finished$"));
+    const QRegularExpressionMatch m = percent.match(progress);
+    return m.hasMatch() ? Text(T::DownloadProgress).arg(m.captured(1)) : progress;
+}
+
+QString MissingText(const datalog::DownloadResult& result, int rowsKept) {
+    QStringList parts;
+    if (result.cancelled && !result.missing.empty()) {
+        // Not damage: the rest was never asked for.
+        parts << Text(T::DownloadCancelledKept).arg(rowsKept).arg(result.recordsAsked);
+    } else if (!result.missing.empty()) {
+        parts << Text(T::RecordsMissing)
+                     .arg(result.missing.size())
+                     .arg(result.recordsAsked)
+                     .arg(datalog::RecordRanges(result.missing));
+    }
+    if (!result.damaged.empty()) {
+        parts << Text(T::RecordsDamaged)
+                     .arg(result.damaged.size())
+                     .arg(datalog::RecordRanges(result.damaged));
+    }
+    if (parts.isEmpty() && !result.sound() && !result.cancelled) {
+        parts << (result.lineFailure.isEmpty() ? result.problems.value(0) : result.lineFailure);
+    }
+    return parts.join(QStringLiteral("; "));
+}
+
 LogPanel::LogPanel(WindowState& state, LogDialogs& dialogs, QString& lastFolder, QWidget* parent)
     : QWidget(parent), state_(state), dialogs_(dialogs), lastFolder_(lastFolder) {
     setObjectName(QStringLiteral("LogPanel"));
@@ -68,7 +102,8 @@ LogPanel::LogPanel(WindowState& state, LogDialogs& dialogs, QString& lastFolder,
     buildControls();
     arrange();
     if (session::ChargerSession* s = state_.session) {
-        connect(s, &session::ChargerSession::progressText, LabDownDisp, &QLabel::setText);
+        connect(s, &session::ChargerSession::progressText, LabDownDisp,
+                [this](const QString& text) { LabDownDisp->setText(ProgressCaption(text)); });
         connect(s, &session::ChargerSession::progressVisible, LabDownDisp, &QWidget::setVisible);
         connect(s, &session::ChargerSession::logRow, this,
                 [this](const datalog::LogRow& row) { table_.appendRow(row); });
@@ -242,7 +277,7 @@ void LogPanel::DownloadLog() {
 
 void LogPanel::showDownloadOutcome() {
     const datalog::DownloadResult result = state_.session->downloadLog();
-    QString text = datalog::MissingDamagedText(result);
+    QString text = MissingText(result, table_.recordCount());
     if (!result.lineFailure.isEmpty() && !text.contains(result.lineFailure)) {
         text =
             text.isEmpty() ? result.lineFailure : result.lineFailure + QStringLiteral("; ") + text;
@@ -296,8 +331,8 @@ void LogPanel::markRange() {
     const bool wrong = !empty && chartedRange().first == 0;
     for (QLineEdit* box : TxtRow) {
         SetTextColour(box, wrong ? kWrongColour : QApplication::palette().color(QPalette::Text));
-        box->setToolTip(wrong ? tr("No such range: from 1 to %1, \"from\" not after \"to\"")
-                                    .arg(table_.recordCount())
+        box->setToolTip(wrong ? Text(T::TipNoSuchRange).arg(table_.recordCount()) +
+                                    QStringLiteral(", ") + Text(T::TipFromNotAfterTo)
                               : QString());
     }
 }
@@ -334,15 +369,15 @@ void LogPanel::CmdGetSave_Click() {
         }
         const QString path = datalog::ForceCsvExtension(chosen);
         lastFolder_ = QFileInfo(path).absolutePath();
-        if (QFileInfo::exists(path) && !askYesNo(datalog::OverwriteQuestion(path))) {
+        if (QFileInfo::exists(path) &&
+            !askYesNo(Text(T::OverwriteQuestion).arg(QFileInfo(path).fileName()))) {
             return;
         }
         const datalog::CsvSaveInput input{LabTime->text(), TxtGetDesc->text(), TxtRow[0]->text(),
                                           TxtRow[1]->text()};
         const datalog::FileResult r = datalog::SaveLogCsv(path, table_, input);
         if (!r.ok) {
-            tellError(QStringLiteral("The log was not saved to '%1': %2")
-                          .arg(QDir::toNativeSeparators(path), r.error));
+            tellError(Text(T::LogNotSaved).arg(QDir::toNativeSeparators(path), r.error));
         }
     } catch (...) {
     }
@@ -357,15 +392,12 @@ void LogPanel::CmdGetOpen_Click() {
         lastFolder_ = QFileInfo(path).absolutePath();
         datalog::CsvLoadResult r = datalog::LoadLogCsv(path);
         if (r.status == datalog::CsvLoadResult::Status::TypeError) {
-            tellInformation(QLatin1String(datalog::kFileTypeError), QMessageBox::Warning,
-                            tr("'%1' is not a data log saved by this program: its first line "
-                               "does not end with \"ZUN-Log\". Nothing was loaded.")
-                                .arg(QDir::toNativeSeparators(path)));
+            tellInformation(Text(T::FileTypeError), QMessageBox::Warning,
+                            Text(T::NotAZunLog).arg(QDir::toNativeSeparators(path)));
             return;
         }
         if (r.status != datalog::CsvLoadResult::Status::Loaded) {
-            tellError(QStringLiteral("The file '%1' could not be read: %2")
-                          .arg(QDir::toNativeSeparators(path), r.error));
+            tellError(Text(T::FileNotRead).arg(QDir::toNativeSeparators(path), r.error));
             return;
         }
         table_.setRows(std::move(r.rows));
@@ -379,9 +411,7 @@ void LogPanel::CmdGetOpen_Click() {
         chargeAh_ = f.chargeAh;
         DrawLogChart();
         if (r.truncated) {
-            tellInformation(QStringLiteral("The file is larger than a data log can be (at most "
-                                           "%1 records, %2 MiB are read): only its first %3 "
-                                           "records were loaded.")
+            tellInformation(Text(T::FileTooLarge)
                                 .arg(datalog::kMaxCsvDataLines)
                                 .arg(datalog::kMaxCsvBytes / (1024 * 1024))
                                 .arg(table_.recordCount()));
@@ -442,8 +472,8 @@ QString LogPanel::askSaveLogName(const QString& proposedPath) {
         return dialogs_.saveLogName(proposedPath);
     }
     // The overwrite question is the page's own, asked for the name after the ".csv" rule.
-    return QFileDialog::getSaveFileName(this, QStringLiteral("Save Data Log"), proposedPath,
-                                        QStringLiteral("CSV (*.csv);;All files (*)"), nullptr,
+    return QFileDialog::getSaveFileName(this, Text(T::SaveLogTitle), proposedPath,
+                                        Text(T::CsvFilter).arg(QStringLiteral("*.csv")), nullptr,
                                         QFileDialog::DontConfirmOverwrite);
 }
 
@@ -451,8 +481,8 @@ QString LogPanel::askOpenLogName(const QString& preset) {
     if (dialogs_.openLogName) {
         return dialogs_.openLogName(preset);
     }
-    return QFileDialog::getOpenFileName(this, QStringLiteral("Open Data Log"), lastFolder_,
-                                        QStringLiteral("CSV (%1);;All files (*)").arg(preset));
+    return QFileDialog::getOpenFileName(this, Text(T::OpenLogTitle), lastFolder_,
+                                        Text(T::CsvFilter).arg(preset));
 }
 
 bool LogPanel::askYesNo(const QString& question) {

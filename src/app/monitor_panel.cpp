@@ -1,6 +1,8 @@
 #include "app/monitor_panel.h"
 
 #include "app/busy_guard.h"
+#include "app/page_parts.h"
+#include "lang/program_texts.h"
 #include "session/charger_session.h"
 #include "session/live_poller.h"
 
@@ -14,6 +16,9 @@
 #include <QVBoxLayout>
 
 namespace zun::app {
+
+using lang::T;
+using lang::Text;
 
 namespace {
 const QString kIntervalKey = QStringLiteral("monitor/interval");
@@ -32,7 +37,11 @@ datalog::MonitorView MonitorChartView::view() const {
 
 void MonitorChartView::paintEvent(QPaintEvent*) {
     QPainter p(this);
-    datalog::DrawMonitorChart(p, QRectF(rect()), series_, view());
+    datalog::MonitorChartTexts texts;
+    texts.legend = {Text(T::MonitorChrVolt), Text(T::MonitorCurr), Text(T::MonitorBat1),
+                    Text(T::MonitorBat2)};
+    texts.noReadings = Text(T::MonitorNoReadings);
+    datalog::DrawMonitorChart(p, QRectF(rect()), series_, view(), texts);
 }
 
 MonitorPanel::MonitorPanel(WindowState& state, std::function<void(const QString&)> showReading,
@@ -43,7 +52,7 @@ MonitorPanel::MonitorPanel(WindowState& state, std::function<void(const QString&
       poller_(std::make_unique<session::LivePoller>(*state.session)),
       lastFolder_(QDir::homePath()) {
     setObjectName(QStringLiteral("MonitorPanel"));
-    ChkMonitor = new QCheckBox(QStringLiteral("Monitor"));
+    ChkMonitor = new QCheckBox;
     ChkMonitor->setObjectName(QStringLiteral("ChkMonitor"));
     TxtMonitorInterval = new QSpinBox;
     TxtMonitorInterval->setObjectName(QStringLiteral("TxtMonitorInterval"));
@@ -53,7 +62,7 @@ MonitorPanel::MonitorPanel(WindowState& state, std::function<void(const QString&
     TxtMonitorInterval->setValue(
         QSettings().value(kIntervalKey, session::LivePoller::kDefaultSeconds).toInt());
     poller_->setIntervalSeconds(TxtMonitorInterval->value());
-    CmdMonitorRecord = new QPushButton(QStringLiteral("Record..."));
+    CmdMonitorRecord = new QPushButton;
     CmdMonitorRecord->setObjectName(QStringLiteral("CmdMonitorRecord"));
     CmdMonitorRecord->setCheckable(true);
     LabMonitor = new QLabel;
@@ -84,6 +93,14 @@ MonitorPanel::MonitorPanel(WindowState& state, std::function<void(const QString&
             series_.markGap();
         }
     });
+    FollowLanguage(this, [this] {
+        ChkMonitor->setText(Text(T::Monitor));
+        CmdMonitorRecord->setText(Text(T::Record));
+        if (!LabMonitor->text().isEmpty()) {
+            showCount();
+        }
+        PM->update();
+    });
     connect(ChkMonitor, &QCheckBox::toggled, this, &MonitorPanel::ChkMonitor_Click);
     connect(CmdMonitorRecord, &QPushButton::toggled, this, &MonitorPanel::CmdMonitorRecord_Click);
     connect(TxtMonitorInterval, &QSpinBox::valueChanged, this, &MonitorPanel::intervalChanged);
@@ -107,30 +124,29 @@ void MonitorPanel::ChkMonitor_Click(bool on) {
 
 void MonitorPanel::CmdMonitorRecord_Click(bool on) {
     if (!on) {
-        stopRecording(QStringLiteral("Recording stopped: %1 readings in %2")
+        stopRecording(Text(T::RecordingStopped)
                           .arg(recorder_.lines())
                           .arg(QDir::toNativeSeparators(recorder_.path())));
         return;
     }
     const QString proposed =
         QDir(lastFolder_).filePath(datalog::MonitorFileName(QDateTime::currentDateTime()));
-    const QString path = askRecordPath ? askRecordPath(proposed)
-                                       : QFileDialog::getSaveFileName(
-                                             this, QStringLiteral("Record Monitor"), proposed,
-                                             QStringLiteral("CSV (*.csv);;All files (*)"));
+    const QString path =
+        askRecordPath ? askRecordPath(proposed)
+                      : QFileDialog::getSaveFileName(this, Text(T::RecordMonitorTitle), proposed,
+                                                     QStringLiteral("CSV (*.csv);;All files (*)"));
     QString error;
     if (path.isEmpty() || !recorder_.start(path, &error)) {
         const QSignalBlocker block(CmdMonitorRecord);
         CmdMonitorRecord->setChecked(false);
         if (!path.isEmpty()) {
-            emit statusMessage(QStringLiteral("Recording not started: %1: %2")
-                                   .arg(QDir::toNativeSeparators(path), error));
+            emit statusMessage(
+                Text(T::RecordingNotStarted).arg(QDir::toNativeSeparators(path), error));
         }
         return;
     }
     lastFolder_ = QFileInfo(path).absolutePath();
-    emit statusMessage(
-        QStringLiteral("Recording to %1").arg(QDir::toNativeSeparators(recorder_.path())));
+    emit statusMessage(Text(T::RecordingTo).arg(QDir::toNativeSeparators(recorder_.path())));
     showCount();
 }
 
@@ -161,9 +177,8 @@ void MonitorPanel::polled(const datalog::LiveReading& reading,
     if (recorder_.recording()) {
         QString error;
         if (!recorder_.append(series_.last(), &error)) {
-            stopRecording(QStringLiteral("Recording stopped, the file could not be written "
-                                         "(%1): %2; the readings stay in the chart")
-                              .arg(QDir::toNativeSeparators(recorder_.path()), error));
+            stopRecording(
+                Text(T::RecordingFailed).arg(QDir::toNativeSeparators(recorder_.path()), error));
         }
     }
     showCount();
@@ -171,11 +186,10 @@ void MonitorPanel::polled(const datalog::LiveReading& reading,
 }
 
 void MonitorPanel::showCount() {
-    QString text = QStringLiteral("%1 readings").arg(series_.size());
-    if (recorder_.recording()) {
-        text += QStringLiteral(", recording %1").arg(QFileInfo(recorder_.path()).fileName());
-    }
-    LabMonitor->setText(text);
+    LabMonitor->setText(recorder_.recording() ? Text(T::ReadingsRecording)
+                                                    .arg(series_.size())
+                                                    .arg(QFileInfo(recorder_.path()).fileName())
+                                              : Text(T::Readings).arg(series_.size()));
 }
 
 }  // namespace zun::app

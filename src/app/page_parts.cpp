@@ -2,6 +2,7 @@
 
 #include "app/busy_guard.h"
 #include "app/profile_editor.h"
+#include "lang/program_texts.h"
 
 namespace zun::app {
 
@@ -45,6 +46,17 @@ QPushButton* MakeWriteButton(const QString& name, const QString& toolTip) {
     b->setMinimumWidth(100);
     BusyGuard::MarkExchangeStarter(b);
     return b;
+}
+
+QPushButton* MakeWriteButton(const QString& name, lang::T toolTip) {
+    QPushButton* b = MakeWriteButton(name, QString());
+    FollowLanguage(b, [b, toolTip] { b->setToolTip(lang::Text(toolTip)); });
+    return b;
+}
+
+void FollowLanguage(QObject* owner, const std::function<void()>& apply) {
+    apply();
+    QObject::connect(&lang::ProgramTexts::instance(), &lang::ProgramTexts::changed, owner, apply);
 }
 
 QLabel* MakeWrongEntryNote(const QString& name) {

@@ -7,6 +7,10 @@
 #include <QPushButton>
 #include <QString>
 
+#include "lang/text_keys.h"
+
+#include <functional>
+
 namespace zun::app {
 
 // Pieces every settings page is built from, so the pages look and behave alike.
@@ -31,6 +35,12 @@ QPushButton* MakeButton(const QString& name, const QString& caption);
 
 // The page's own write button: starts an exchange, so clicks are held off while one runs.
 QPushButton* MakeWriteButton(const QString& name, const QString& toolTip);
+// The same with its tooltip in the language in use.
+QPushButton* MakeWriteButton(const QString& name, lang::T toolTip);
+
+// Runs apply now and again after every change of language, for as long as owner lives: for
+// the texts a language file gives by key rather than by control name.
+void FollowLanguage(QObject* owner, const std::function<void()>& apply);
 
 // The red note under every page that explains the colour of wrong entries.
 QLabel* MakeWrongEntryNote(const QString& name);

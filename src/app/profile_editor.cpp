@@ -7,6 +7,7 @@
 #include "app/general_page.h"
 #include "app/protection_page.h"
 #include "app/stages_page.h"
+#include "lang/program_texts.h"
 #include "profile/nominal_voltage.h"
 #include "profile/profile_switch.h"
 #include "session/charger_session.h"
@@ -30,6 +31,9 @@
 
 namespace zun::app {
 
+using lang::T;
+using lang::Text;
+
 ProfileEditor::ProfileEditor(WindowState& state, QWidget* parent) : QWidget(parent), state_(state) {
     boxEvents_ = new BoxEvents(this);
 
@@ -49,12 +53,12 @@ ProfileEditor::ProfileEditor(WindowState& state, QWidget* parent) : QWidget(pare
     Image1 = new QLabel;
     Image1->setObjectName(QStringLiteral("Image1"));
     Image1->setFixedSize(48, 26);
-    Check1 = new QCheckBox(QStringLiteral("Atuo set 0"));
+    Check1 = new QCheckBox(Text(T::AutoSet));
     Check1->setObjectName(QStringLiteral("Check1"));
-    Check1->setToolTip(QStringLiteral("Load a three-stage starting profile into the pages"));
+    Check1->setToolTip(Text(T::TipAutoSet));
     CmdOK = new QPushButton(QStringLiteral("Write &all pages"));
     CmdOK->setObjectName(QStringLiteral("CmdOK"));
-    CmdOK->setToolTip(QStringLiteral("Write every page of this profile to the charger"));
+    CmdOK->setToolTip(Text(T::TipWriteAll));
     CmdOK->setMinimumWidth(130);
     cmdOkToolTip_ = CmdOK->toolTip();
     BusyGuard::MarkExchangeStarter(CmdOK);
@@ -101,10 +105,20 @@ ProfileEditor::ProfileEditor(WindowState& state, QWidget* parent) : QWidget(pare
         connect(state_.session, &session::ChargerSession::pageWritten, this,
                 [this](const session::PageResult& r) { RunHandler([&] { PageWritten(r); }); });
     }
+    connect(&lang::ProgramTexts::instance(), &lang::ProgramTexts::changed, this,
+            &ProfileEditor::retranslate);
     CheckConsistency();
 }
 
 ProfileEditor::~ProfileEditor() = default;
+
+void ProfileEditor::retranslate() {
+    Check1->setText(Text(T::AutoSet));
+    Check1->setToolTip(Text(T::TipAutoSet));
+    cmdOkToolTip_ = Text(T::TipWriteAll);
+    // The reasons of the red fields, their list and the grey write-all's tooltip.
+    RunHandler([this] { CheckConsistency(); });
+}
 
 QComboBox* ProfileEditor::nominalVoltage() const {
     return general_->Cmb0NV;
@@ -352,7 +366,7 @@ void ProfileEditor::CmdOK_Click() {
     for (session::PageWrite& page : pages) {
         page.frames = [this, p = page.page, build = std::move(page.frames)] {
             ++writeAllDone_;
-            emit statusMessage(tr("Write all pages: writing %1 (page %2 of %3) ...")
+            emit statusMessage(Text(T::WriteAllWriting)
                                    .arg(PageCaption(p))
                                    .arg(writeAllDone_)
                                    .arg(writeAllCount_));
@@ -375,28 +389,26 @@ void ProfileEditor::CmdOK_Click() {
                                                 r.outcome == session::PageOutcome::NotSent);
     });
     if (stop == results.end()) {
-        const QString done = tr("Write all pages: %1 pages written.").arg(results.size());
+        const QString done = Text(T::WriteAllDone).arg(results.size());
         emit statusMessage(done);
-        ShowMessage(QStringLiteral("OK !"), QMessageBox::Information, done);
+        ShowMessage(Text(T::OkBox), QMessageBox::Information, done);
     } else {
         QStringList after;
         for (auto it = std::next(stop); it != results.end(); ++it) {
             after << PageCaption(it->page);
         }
-        QString why = stop->outcome == session::PageOutcome::Refused
-                          ? tr("%1 was refused: the charger did not acknowledge it")
-                          : tr("%1 could not be sent");
+        QString why = stop->outcome == session::PageOutcome::Refused ? Text(T::PageRefused)
+                                                                     : Text(T::PageNotSendable);
         why = why.arg(PageCaption(stop->page));
         if (!stop->lineFailure.isEmpty()) {
             why += QStringLiteral(" (%1)").arg(stop->lineFailure);
         }
-        QString detail = tr("Write all pages failed: %1.").arg(why);
+        QString detail = Text(T::WriteAllFailed).arg(why);
         if (!after.isEmpty()) {
-            detail +=
-                QLatin1Char(' ') + tr("Not written: %1.").arg(after.join(QStringLiteral(", ")));
+            detail += QLatin1Char(' ') + Text(T::NotWritten).arg(after.join(QStringLiteral(", ")));
         }
         emit statusMessage(detail);
-        ShowMessage(QStringLiteral("Fail !"), QMessageBox::Critical, detail);
+        ShowMessage(Text(T::FailBox), QMessageBox::Critical, detail);
     }
     CmdOK->setEnabled(true);
 }
@@ -405,16 +417,16 @@ void ProfileEditor::PageWritten(const session::PageResult& result) {
     QString said;
     switch (result.outcome) {
         case session::PageOutcome::Acknowledged:
-            said = tr("%1 written and acknowledged by the charger.");
+            said = Text(T::PageAcknowledged);
             break;
         case session::PageOutcome::Sent:
-            said = tr("%1 sent; the charger did not acknowledge every frame.");
+            said = Text(T::PagePartly);
             break;
         case session::PageOutcome::Refused:
-            said = tr("%1 refused: the charger did not acknowledge it after every try.");
+            said = Text(T::PageRefusedAfterTries);
             break;
         case session::PageOutcome::NotSent:
-            said = tr("%1 not sent.");
+            said = Text(T::PageNotSent);
             break;
     }
     said = said.arg(PageCaption(result.page));
@@ -422,10 +434,7 @@ void ProfileEditor::PageWritten(const session::PageResult& result) {
         said += QStringLiteral(" (%1)").arg(result.lineFailure);
     }
     if (writeAllCount_ > 0) {
-        said = tr("Write all pages, page %1 of %2: %3")
-                   .arg(writeAllDone_)
-                   .arg(writeAllCount_)
-                   .arg(said);
+        said = Text(T::WriteAllProgress).arg(writeAllDone_).arg(writeAllCount_).arg(said);
     }
     emit statusMessage(said);
     switch (result.page) {
@@ -599,15 +608,15 @@ void ProfileEditor::showReasons(const profile::ConsistencyVerdict& verdict) {
         Tab2->setTabIcon(i, marked ? mark : QIcon());
         Tab2->tabBar()->setTabTextColor(i, marked ? kWrongColour : QColor());
     }
-    CmdToFix->setText(wrong_.size() == 1 ? tr("1 entry to fix")
-                                         : tr("%1 entries to fix").arg(wrong_.size()));
-    CmdToFix->setToolTip(tr("Show the entries to fix"));
+    CmdToFix->setText(wrong_.size() == 1 ? Text(T::OneToFix)
+                                         : Text(T::ManyToFix).arg(wrong_.size()));
+    CmdToFix->setToolTip(Text(T::TipShowEntries));
     CmdToFix->setVisible(!wrong_.empty());
     if (CmdOK->isEnabled() || lines.isEmpty()) {
         CmdOK->setToolTip(cmdOkToolTip_);
     } else {
-        CmdOK->setToolTip(tr("Nothing can be written while an entry is wrong:") +
-                          QStringLiteral("\n") + lines.join(QLatin1Char('\n')));
+        CmdOK->setToolTip(Text(T::TipNothingWritable) + QStringLiteral("\n") +
+                          lines.join(QLatin1Char('\n')));
     }
 }
 

@@ -107,6 +107,8 @@ signals:
     void statusMessage(const QString& text);
 
 private:
+    // The texts set here and the reasons of the red fields in the language now in use.
+    void retranslate();
     void showProfilePicture(int p);
     // Tooltips, tab markers, the entries to fix and CmdOK's tooltip from the verdict.
     void showReasons(const profile::ConsistencyVerdict& verdict);

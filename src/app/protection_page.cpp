@@ -2,6 +2,7 @@
 
 #include "app/page_parts.h"
 #include "app/profile_editor.h"
+#include "lang/program_texts.h"
 #include "profile/field_corrections.h"
 #include "profile/page_frames.h"
 
@@ -10,6 +11,9 @@
 #include <QVBoxLayout>
 
 namespace zun::app {
+
+using lang::T;
+using lang::Text;
 
 namespace {
 
@@ -34,14 +38,15 @@ ProtectionPage::ProtectionPage(ProfileEditor& editor, WindowState& state, QWidge
             MakeLabel(QString::fromUtf8(kFields[k].unit), QStringLiteral("Lab1(%1)").arg(k + 6));
         Txt1[k] = AddFieldRow(grid, k, Lab1[k + 1], QStringLiteral("Txt1(%1)").arg(k), Lab1[k + 6]);
     }
-    Txt1[1]->setToolTip(QStringLiteral("Follows the nominal battery voltage"));
-    Txt1[2]->setToolTip(QStringLiteral("Not sent: the charger always receives FFFF"));
-    Txt1[3]->setToolTip(QStringLiteral("Not sent: the charger always receives FF"));
+    FollowLanguage(this, [this] {
+        Txt1[1]->setToolTip(Text(T::TipFollowsNominal));
+        Txt1[2]->setToolTip(Text(T::TipAlwaysFFFF));
+        Txt1[3]->setToolTip(Text(T::TipAlwaysFF));
+    });
 
     Lab1[11] = MakeWrongEntryNote(QStringLiteral("Lab1(11)"));
 
-    CmdOK1 =
-        MakeWriteButton(QStringLiteral("CmdOK1"), QStringLiteral("Write this page to the charger"));
+    CmdOK1 = MakeWriteButton(QStringLiteral("CmdOK1"), T::TipWritePage);
 
     QHBoxLayout* bottom = MakePageFooter(Lab1[11], CmdOK1);
 
@@ -98,7 +103,7 @@ std::optional<QStringList> ProtectionPage::buildFrames() {
         return QStringList{profile::ProtectionFrame(page)};
     } catch (const std::exception& e) {
         editor_.ShowMessage(QString::fromLatin1(e.what()), QMessageBox::Critical,
-                            tr("Nothing of this page was sent."));
+                            Text(T::NothingSent));
         return std::nullopt;
     }
 }

@@ -3,6 +3,7 @@
 #include "app/busy_guard.h"
 #include "app/frm_main.h"
 #include "app/profile_editor.h"
+#include "lang/program_texts.h"
 #include "link/codec.h"
 #include "profile/page_frames.h"
 #include "profile/profile_switch.h"
@@ -20,6 +21,8 @@
 #include <QMessageBox>
 
 namespace zun::app {
+
+using lang::Text;
 
 namespace {
 
@@ -46,6 +49,10 @@ SettingsActions::SettingsActions(FrmMain* window) : QObject(window), window_(win
     ActOpenSettings->setObjectName(QStringLiteral("ActOpenSettings"));
     ActCompare = new QAction(tr("&Compare with charger"), this);
     ActCompare->setObjectName(QStringLiteral("ActCompare"));
+    // Ctrl+S and Ctrl+O are the data log's; the settings take them with Shift.
+    ActSaveSettings->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S));
+    ActOpenSettings->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O));
+    ActCompare->setShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_C));
     connect(ActSaveSettings, &QAction::triggered, this,
             [this] { RunHandler([this] { SaveSettings(); }); });
     connect(ActOpenSettings, &QAction::triggered, this,
@@ -130,9 +137,10 @@ void SettingsActions::SaveSettings() {
         QStringLiteral("ZUN-Settings-") +
         QDateTime::currentDateTime().toString(QStringLiteral("yyMMdd-HHmmss")) +
         QStringLiteral(".json");
-    QString path = fileHook ? fileHook(true, proposed)
-                            : QFileDialog::getSaveFileName(window_, tr("Save settings"), proposed,
-                                                           tr("ZUN settings (*.json)"));
+    QString path = fileHook
+                       ? fileHook(true, proposed)
+                       : QFileDialog::getSaveFileName(window_, Text(lang::T::SaveSettingsTitle),
+                                                      proposed, Text(lang::T::SettingsFilter));
     if (path.isEmpty()) {
         return;
     }
@@ -155,11 +163,12 @@ bool SettingsActions::SaveSettingsTo(const QString& path) {
     QStringList warnings;
     const profile::SettingsWriteResult w = profile::WriteSettingsFile(path, settings, &warnings);
     if (!w.ok) {
-        show(QStringLiteral("The settings were not saved: %1").arg(w.error));
+        show(Text(lang::T::SettingsNotSaved).arg(w.error));
         return false;
     }
     if (!warnings.isEmpty()) {
-        show(QStringLiteral("Saved, with these changes:\n") + warnings.join(QLatin1Char('\n')));
+        show(Text(lang::T::SavedWithChanges) + QLatin1Char('\n') +
+             warnings.join(QLatin1Char('\n')));
     }
     return true;
 }
@@ -168,10 +177,10 @@ void SettingsActions::OpenSettings() {
     if (window_->state().busy && window_->state().busy->busy()) {
         return;
     }
-    const QString path = fileHook
-                             ? fileHook(false, QString())
-                             : QFileDialog::getOpenFileName(window_, tr("Open settings"), QString(),
-                                                            tr("ZUN settings (*.json)"));
+    const QString path =
+        fileHook ? fileHook(false, QString())
+                 : QFileDialog::getOpenFileName(window_, Text(lang::T::OpenSettingsTitle),
+                                                QString(), Text(lang::T::SettingsFilter));
     if (!path.isEmpty()) {
         OpenSettingsFrom(path);
     }
@@ -180,7 +189,7 @@ void SettingsActions::OpenSettings() {
 bool SettingsActions::OpenSettingsFrom(const QString& path) {
     const int p = window_->profileEditor()->currentProfile();
     if (p < 0 || p > 1) {
-        show(QStringLiteral("Choose a profile first."));
+        show(Text(lang::T::ChooseProfile));
         return false;
     }
     const profile::SettingsReadResult r = profile::ReadSettingsFile(path);
@@ -196,7 +205,7 @@ bool SettingsActions::OpenSettingsFrom(const QString& path) {
                               filePosition != std::optional<int>(nv->currentIndex());
     fillPages(slot, p);
     if (otherVoltage) {
-        show(QStringLiteral("Profile %1 of the file is for %2; this charger is %3.")
+        show(Text(lang::T::ProfileOtherVoltage)
                  .arg(p + 1)
                  .arg(volts(slot.general[0]), volts(nv->currentText())));
     }
@@ -286,29 +295,26 @@ void SettingsActions::CompareWithCharger() {
     }
     const int p = window_->profileEditor()->currentProfile();
     if (p < 0 || p > 1 || state.session == nullptr) {
-        show(QStringLiteral("Choose a profile first."));
+        show(Text(lang::T::ChooseProfile));
         return;
     }
     link::StoredSettings stored;
     const QString reply = state.session->readSettings(stored);
     ClearMarks();
     if (reply.size() < kFullSettingsChars) {
-        show(QStringLiteral("The charger did not send its settings; nothing was compared."));
+        show(Text(lang::T::NoChargerSettings));
         return;
     }
     const auto differences = profile::CompareProfiles(PagesProfile(), stored[p], p);
     for (const auto& d : differences) {
         if (QWidget* w = control<QWidget>(d.control)) {
-            mark(w, QStringLiteral("Charger: %1").arg(d.chargerValue));
+            mark(w, Text(lang::T::TipChargerValue).arg(d.chargerValue));
         }
     }
     if (differences.empty()) {
-        show(QStringLiteral("The pages hold the charger's profile %1.").arg(p + 1));
+        show(Text(lang::T::SameAsCharger).arg(p + 1));
     } else {
-        show(QStringLiteral("%1 setting(s) of profile %2 differ from the charger's; they are "
-                            "marked yellow, the charger's value is in their tooltip.")
-                 .arg(differences.size())
-                 .arg(p + 1));
+        show(Text(lang::T::DifferFromCharger).arg(differences.size()).arg(p + 1));
     }
 }
 

@@ -4,6 +4,7 @@
 #include "app/page_parts.h"
 #include "app/profile_editor.h"
 #include "app/protection_page.h"
+#include "lang/program_texts.h"
 #include "profile/field_corrections.h"
 #include "profile/stage_layout.h"
 
@@ -12,6 +13,9 @@
 #include <QVBoxLayout>
 
 namespace zun::app {
+
+using lang::T;
+using lang::Text;
 
 StagesPage::StagesPage(ProfileEditor& editor, WindowState& state, QWidget* parent)
     : QWidget(parent), editor_(editor), state_(state) {
@@ -65,8 +69,7 @@ StagesPage::StagesPage(ProfileEditor& editor, WindowState& state, QWidget* paren
 
     Lab2[2] = MakeWrongEntryNote(QStringLiteral("Lab2(2)"));
 
-    CmdOK2 = MakeWriteButton(QStringLiteral("CmdOK2"),
-                             QStringLiteral("Write the stages to the charger"));
+    CmdOK2 = MakeWriteButton(QStringLiteral("CmdOK2"), T::TipWriteStages);
 
     QHBoxLayout* bottom = MakePageFooter(Lab2[2], CmdOK2);
 
@@ -187,13 +190,12 @@ std::optional<QStringList> StagesPage::buildFrames() {
         write = profile::StagesFrame(page);
     } catch (const std::exception& e) {
         editor_.ShowMessage(QString::fromLatin1(e.what()), QMessageBox::Critical,
-                            tr("Nothing of this page was sent."));
+                            Text(T::NothingSent));
         return std::nullopt;
     }
     if (!write.ok()) {
         // Shown, nothing sent, and a write-all goes on with the next page.
-        editor_.ShowMessage(QStringLiteral("Fail !"), QMessageBox::Warning,
-                            tr("A stage entry is out of range; nothing of this page was sent."));
+        editor_.ShowMessage(Text(T::FailBox), QMessageBox::Warning, Text(T::StageOutOfRange));
         if (write.failFocus == profile::StagesFocus::Cmb2Total) {
             Cmb2Total->setFocus(Qt::OtherFocusReason);
         } else if (write.txt2Index >= 0 && write.txt2Index < profile::kStageFieldCount) {

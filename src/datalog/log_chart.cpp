@@ -234,7 +234,7 @@ public:
         const TextWriter text(painter_, map_, labelFont);
         const TextWriter title(painter_, map_, titleFont);
 
-        const QString caption = QStringLiteral("Data Log");
+        const QString caption = data_.texts.title;
         title.at((surfaceWidth - title.width(caption)) / 2.0, 5.0, caption, 0xFF000000);
         scaleLabels(text);
         timeAxis(text);
@@ -325,15 +325,18 @@ private:
         const struct {
             double at;
             QRgb colour;
-            const char* name;
-        } entries[] = {{-42, kVoltageColour, "Voltage"},
-                       {-17, kCurrentColour, "Current"},
-                       {8, kChargeColour, "Ah"}};
+            const QString& name;
+        } entries[] = {{-42, kVoltageColour, data_.texts.voltage},
+                       {-17, kCurrentColour, data_.texts.current},
+                       {8, kChargeColour, data_.texts.charge}};
+        // A longer word than the English one moves the entries after it to the right.
+        double free = -std::numeric_limits<double>::infinity();
         for (const auto& e : entries) {
+            const double at = std::max(f_.right + e.at, free);
             painter_.setPen(linePen(painter_, e.colour, lw));
-            painter_.drawLine(QPointF(map_.x(f_.right + e.at), map_.y(ly)),
-                              QPointF(map_.x(f_.right + e.at + 7), map_.y(ly)));
-            text.at(f_.right + e.at + 9, ty, QLatin1String(e.name), 0xFF000000);
+            painter_.drawLine(QPointF(map_.x(at), map_.y(ly)), QPointF(map_.x(at + 7), map_.y(ly)));
+            text.at(at + 9, ty, e.name, 0xFF000000);
+            free = at + 9 + text.width(e.name) + 2;
         }
     }
 
@@ -347,9 +350,15 @@ private:
             const double left = std::max(0.0, room - text.metrics().horizontalAdvance(head));
             return head + text.metrics().elidedText(whole.mid(head.size()), Qt::ElideRight, left);
         };
-        const QString desc = fit(QStringLiteral("Desc: ") + data_.description);
+        const QString desc = fit(data_.texts.desc + QLatin1Char(' ') + data_.description);
         text.at(f_.left, f_.bottom + 9.0, desc, 0xFF000000);
-        const QString stamp = fit(data_.labTime);
+        // The stamp keeps its English head in the table and the file; the chart says it in the
+        // window's language.
+        QString labTime = data_.labTime;
+        if (labTime.startsWith(QLatin1String("Time:"))) {
+            labTime = data_.texts.time + labTime.mid(5);
+        }
+        const QString stamp = fit(labTime);
         text.at(f_.left, f_.bottom + 9.0 + text.height(), stamp, 0xFF000000);
     }
 
@@ -360,7 +369,11 @@ private:
         double prevEnd = -std::numeric_limits<double>::infinity();
         for (const StageMark& m : FindStageMarks(series_.volts, series_.amps)) {
             const double x = rowX(m.index);
-            const QString name = StageName(m.stage);
+            const QString name =
+                m.stage == ChargeStage::ConstantCurrent
+                    ? data_.texts.constantCurrent
+                    : (m.stage == ChargeStage::ConstantVoltage ? data_.texts.constantVoltage
+                                                               : data_.texts.floatCharge);
             const double w = text.width(name);
             if (x - w / 2.0 <= prevEnd) {
                 continue;
@@ -459,7 +472,7 @@ FileResult ExportChartPdf(const ChartData& data, const QString& path) {
         QBuffer buffer(&pdf);
         buffer.open(QIODevice::WriteOnly);
         QPdfWriter writer(&buffer);
-        writer.setTitle(QStringLiteral("Data Log"));
+        writer.setTitle(data.texts.title);
         writer.setPageLayout(QPageLayout(QPageSize(QPageSize::A4), QPageLayout::Landscape,
                                          QMarginsF(10, 10, 10, 10), QPageLayout::Millimeter));
         QPainter painter;

@@ -16,6 +16,20 @@ class QPaintDevice;
 
 namespace zun::datalog {
 
+// The chart's own words; English unless the window gives them in its language.
+struct LogChartTexts {
+    QString title = QStringLiteral("Data Log");
+    QString voltage = QStringLiteral("Voltage");
+    QString current = QStringLiteral("Current");
+    QString charge = QStringLiteral("Ah");
+    QString desc = QStringLiteral("Desc:");
+    // Replaces the "Time:" that heads the LabTime caption on the chart.
+    QString time = QStringLiteral("Time:");
+    QString constantCurrent = QStringLiteral("C.C.");
+    QString constantVoltage = QStringLiteral("C.V.");
+    QString floatCharge = QStringLiteral("Float");
+};
+
 // What the chart shows: the table, its charge array (indexed by grid row), the LabTime caption
 // (its last five characters are the time of the last record) and the description.
 struct ChartData {
@@ -23,6 +37,7 @@ struct ChartData {
     const std::vector<float>& chargeAh;
     QString labTime;
     QString description;
+    LogChartTexts texts{};
 };
 
 // Curve and text colours.

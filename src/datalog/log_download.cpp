@@ -207,6 +207,10 @@ DownloadResult DownloadLog(link::Exchange& exchange, const DownloadProgress& pro
         result.problems << QStringLiteral("log pointer: ") + result.lineFailure;
     } else if (!result.pointer.answered) {
         result.streamed = true;
+        // The streamed transfer shows its progress where the block transfer does.
+        if (progress.visible) {
+            progress.visible(true);
+        }
         result.rows = StreamLogDownload(exchange, progress, &result);
     } else {
         const link::ReplyVerdict v = link::CheckReplyText(pointerFrame, pointerReply);

@@ -79,6 +79,8 @@ struct DownloadResult {
     QStringList problems;      // each reply that failed the check, and why
     // Set when the line did not fall quiet or the port vanished; the transfer stopped there.
     QString lineFailure;
+    // The user cancelled: what is missing was never asked for, not lost on the line.
+    bool cancelled = false;
 
     bool sound() const {
         return missing.empty() && damaged.empty() && problems.isEmpty() && lineFailure.isEmpty();

@@ -1,6 +1,7 @@
 #include "lang/language_catalog.h"
 
 #include "fileio/save_file.h"
+#include "lang/program_texts.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -169,14 +170,14 @@ LanguageCatalog::LanguageRead LanguageCatalog::readLanguage(const QString& name)
     // size is not known beforehand (a pipe, a growing file).
     const QByteArray bytes = file.read(kMaxFileBytes + 1);
     if (bytes.size() > kMaxFileBytes) {
-        r.error = QStringLiteral(
-                      "The language file '%1' is larger than %2 MiB and was not read; "
-                      "the captions stay as they are.")
+        r.error = Text(T::LanguageTooLarge)
                       .arg(QDir::toNativeSeparators(file.fileName()))
                       .arg(kMaxFileBytes / (1024 * 1024));
         return r;
     }
-    r.captions = LanguageFile::fromBytes(bytes).captions();
+    const LanguageFile parsed = LanguageFile::fromBytes(bytes);
+    r.captions = parsed.captions();
+    r.texts = ProgramTexts::fromEntries(parsed.entries());
     return r;
 }
 

@@ -2,6 +2,7 @@
 
 #include "lang/language_file.h"
 
+#include <QHash>
 #include <QString>
 #include <QStringList>
 
@@ -57,6 +58,7 @@ public:
 
     struct LanguageRead {
         Captions captions;
+        QHash<int, QString> texts;  // the program's own texts the file gives (ProgramTexts)
         QString error;  // why the file was refused; empty when it was read or is missing
     };
     // The whole file is read, so that its encoding is decided on all of it; a file above

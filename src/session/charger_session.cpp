@@ -326,6 +326,7 @@ datalog::DownloadResult ChargerSession::downloadLog() {
         throw;
     }
     emit transferActive(false);
+    result.cancelled = cancel_;
     cancel_ = false;
     return result;
 }

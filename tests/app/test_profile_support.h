@@ -21,11 +21,13 @@ struct Window {
     QStringList messages;
 
     explicit Window(const QStringList& devices = {},
-                    std::function<std::unique_ptr<zun::link::Exchange>()> exchange = {}) {
+                    std::function<std::unique_ptr<zun::link::Exchange>()> exchange = {},
+                    std::optional<zun::lang::LanguageFolders> languages = std::nullopt) {
         zun::app::StartOptions options;
         options.devices = devices;
         options.systemDevices = false;
         options.exchange = std::move(exchange);
+        options.languageFolders = std::move(languages);
         w = std::make_unique<zun::app::FrmMain>(options);
         editor()->messageHook = [this](const QString& text) { messages << text; };
         w->Form_Load();

@@ -389,6 +389,9 @@ private slots:
         QVERIFY(!bar->isVisibleTo(rig.window.get()));
         QCOMPARE(rig.window->statusBar()->currentMessage(),
                  QString("Log download cancelled: the %1 records read so far are kept.").arg(kept));
+        // Beside the progress: a cancel, not damage.
+        QCOMPARE(rig.page->LabDownMissing->text(),
+                 QString("Cancelled: %1 of 200 records kept").arg(kept));
 
         // The next download runs to its end.
         watch.reset();
@@ -396,6 +399,7 @@ private slots:
         QCOMPARE(rig.page->logTable().recordCount(), 200);
         QCOMPARE(rig.window->statusBar()->currentMessage(),
                  QString("Log download ended: 200 records read."));
+        QVERIFY(!rig.page->LabDownMissing->isVisibleTo(rig.window.get()));
     }
 };
 

@@ -110,6 +110,9 @@ void GetDataPage::fitLeftColumn() {
     CmdGetOK[2]->setMinimumWidth(buttons);
     // As wide as the table, or wider when the captions of a language need it.
     if (QWidget* left = Log->parentWidget()) {
+        for (QWidget* w : {static_cast<QWidget*>(Readings), static_cast<QWidget*>(Log), left}) {
+            w->layout()->activate();
+        }
         left->setFixedWidth(std::max(FG1->minimumWidth(), left->minimumSizeHint().width()));
     }
 }

@@ -176,7 +176,7 @@ void LogPanel::arrange() {
     auto* v = new QVBoxLayout(this);
     v->setContentsMargins(0, 0, 0, 0);
     auto* top = new QHBoxLayout;
-    top->addWidget(CmdDataLog);
+    top->addWidget(CmdDataLog, 0, Qt::AlignLeft);
     top->addWidget(LabDownDisp);
     top->addWidget(LabDownMissing, 1);
     v->addLayout(top);

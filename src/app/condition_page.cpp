@@ -44,8 +44,7 @@ constexpr const char* kRowCaptions[kSlotCount] = {
 
 // "Stage 1 to 2": the transition out of a stage, the last one back to stage 1.
 QString TransitionText(int stage, int stageCount) {
-    const int from = stage + 1;
-    const int to = (from == stageCount) ? 1 : from + 1;
+    const auto [from, to] = profile::TransitionStages(stage, stageCount);
     return Text(T::StageToStage).arg(from).arg(to);
 }
 

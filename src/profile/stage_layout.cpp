@@ -22,10 +22,9 @@ std::array<bool, kMaxStages> Slot5Visibility(int stageCount) {
     return visible;
 }
 
-QString TransitionCaption(int stage, int stageCount) {
+std::pair<int, int> TransitionStages(int stage, int stageCount) {
     const int from = stage + 1;
-    const int to = (from == stageCount) ? 1 : from + 1;
-    return QStringLiteral("Stage %1 to %2").arg(from).arg(to);
+    return {from, from == stageCount ? 1 : from + 1};
 }
 
 QStringList TargetItems(int stage, int stageCount) {

@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <array>
+#include <utility>
 
 namespace zun::profile {
 
@@ -19,8 +20,9 @@ bool Txt2Enabled(int index, int stageCount);
 bool StageVisible(int stage, int stageCount);
 std::array<bool, kMaxStages> Slot5Visibility(int stageCount);
 
-// LabNext(s): "Stage s+1 to s+2", the last existing transition "Stage n to 1".
-QString TransitionCaption(int stage, int stageCount);
+// The stage a transition column leaves and the one it moves to (1-based): the last stage in use
+// moves back to stage 1.
+std::pair<int, int> TransitionStages(int stage, int stageCount);
 
 // Items of Cmb4SN(stage): the numbers 1..n except the stage's own (stage + 1).
 QStringList TargetItems(int stage, int stageCount);

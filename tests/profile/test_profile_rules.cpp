@@ -591,7 +591,8 @@ private slots:
             filled += StageFieldText(i, "x", in[0]).isEmpty() ? '0' : '1';
             shown += Slot5Visibility(n)[i / 2] ? '1' : '0';
             if (i < n) {
-                captions << TransitionCaption(i, n);
+                const auto [from, to] = TransitionStages(i, n);
+                captions << QStringLiteral("Stage %1 to %2").arg(from).arg(to);
             }
         }
         QCOMPARE(filled, enabled);

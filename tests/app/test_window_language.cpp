@@ -33,81 +33,66 @@ void choose(zun::app::FrmMain& w, const QString& language) {
     list->setCurrentIndex(at);
 }
 
+// What the window shows in one language.
+struct Expected {
+    const char *pageRefused, *fail, *failDetail, *toolTip, *greyToolTip, *toFix;
+    const char *title, *voltage, *current, *desc, *time;
+    const char *none, *andText, *orText, *monitor, *record, *connection;
+};
+
+const Expected kEnglish{
+    "Protection setting refused: the charger did not acknowledge it after every try.",
+    "Fail !",
+    "Write all pages failed: Protection setting was refused: the charger did not acknowledge "
+    "it. Not written: Charge Stage, Next Stage Condition, Any Stage Condition.",
+    "Stage 1 current: must lie between 2 A and 10 A, the charger's rating (now 20 A)",
+    "Nothing can be written while an entry is wrong:\nStage 1 current: must lie",
+    "1 entry to fix",
+    "Data Log",
+    "Voltage",
+    "Current",
+    "Desc:",
+    "Time:",
+    "none",
+    "and",
+    "or",
+    "Monitor",
+    "Record...",
+    "Connection OK"};
+
+const Expected kGerman{
+    "Schutzeinstellungen abgelehnt: Das Ladegerät hat sie auch nach allen Versuchen nicht "
+    "bestätigt.",
+    "Fehler !",
+    "Schreiben aller Seiten fehlgeschlagen: Schutzeinstellungen wurde abgelehnt: Das Ladegerät "
+    "hat sie nicht bestätigt. Nicht geschrieben: Ladestufen, Bedingung nächste Stufe, "
+    "Bedingung beliebige Stufe.",
+    "Stufe 1 Strom: muss zwischen 2 A und 10 A liegen, der Nennstrom des Ladegeräts (jetzt "
+    "20 A)",
+    "Solange ein Eintrag falsch ist, kann nichts geschrieben werden:\nStufe 1 Strom: muss",
+    "1 Eintrag zu korrigieren",
+    "Datenprotokoll",
+    "Spannung",
+    "Strom",
+    "Beschr.:",
+    "Zeit:",
+    "keine",
+    "und",
+    "oder",
+    "Überwachen",
+    "Aufzeichnen...",
+    "Verbindung OK"};
+
 const struct {
     const char* tag;
     const char* first;  // the language chosen before the one under test; "" for none
     const char* language;
-    const char *pageRefused, *fail, *failDetail, *toolTip, *greyToolTip, *toFix;
-    const char *title, *voltage, *current, *desc, *time;
-    const char *none, *andText, *orText, *monitor, *record, *connection;
+    const Expected& want;
 } kLanguages[] = {
-    {"English",
-     "",
-     "English",
-     "Protection setting refused: the charger did not acknowledge it after every try.",
-     "Fail !",
-     "Write all pages failed: Protection setting was refused: the charger did not acknowledge "
-     "it. Not written: Charge Stage, Next Stage Condition, Any Stage Condition.",
-     "Stage 1 current: must lie between 2 A and 10 A, the charger's rating (now 20 A)",
-     "Nothing can be written while an entry is wrong:\nStage 1 current: must lie",
-     "1 entry to fix",
-     "Data Log",
-     "Voltage",
-     "Current",
-     "Desc:",
-     "Time:",
-     "none",
-     "and",
-     "or",
-     "Monitor",
-     "Record...",
-     "Connection OK"},
-    {"Deutsch",
-     "",
-     "Deutsch",
-     "Schutzeinstellungen abgelehnt: Das Ladegerät hat sie auch nach allen Versuchen nicht "
-     "bestätigt.",
-     "Fehler !",
-     "Schreiben aller Seiten fehlgeschlagen: Schutzeinstellungen wurde abgelehnt: Das Ladegerät "
-     "hat sie nicht bestätigt. Nicht geschrieben: Ladestufen, Bedingung nächste Stufe, "
-     "Bedingung beliebige Stufe.",
-     "Stufe 1 Strom: muss zwischen 2 A und 10 A liegen, der Nennstrom des Ladegeräts (jetzt "
-     "20 A)",
-     "Solange ein Eintrag falsch ist, kann nichts geschrieben werden:\nStufe 1 Strom: muss",
-     "1 Eintrag zu korrigieren",
-     "Datenprotokoll",
-     "Spannung",
-     "Strom",
-     "Beschr.:",
-     "Zeit:",
-     "keine",
-     "und",
-     "oder",
-     "Überwachen",
-     "Aufzeichnen...",
-     "Verbindung OK"},
+    {"English", "", "English", kEnglish},
+    {"Deutsch", "", "Deutsch", kGerman},
     // Back from German, every text set at run time is English again.
-    {"Deutsch, then English",
-     "Deutsch",
-     "English",
-     "Protection setting refused: the charger did not acknowledge it after every try.",
-     "Fail !",
-     "Write all pages failed: Protection setting was refused: the charger did not acknowledge "
-     "it. Not written: Charge Stage, Next Stage Condition, Any Stage Condition.",
-     "Stage 1 current: must lie between 2 A and 10 A, the charger's rating (now 20 A)",
-     "Nothing can be written while an entry is wrong:\nStage 1 current: must lie",
-     "1 entry to fix",
-     "Data Log",
-     "Voltage",
-     "Current",
-     "Desc:",
-     "Time:",
-     "none",
-     "and",
-     "or",
-     "Monitor",
-     "Record...",
-     "Connection OK"},
+    {"Deutsch, then English", "Deutsch", "English", kEnglish},
 };
 
 }  // namespace
@@ -121,7 +106,8 @@ private slots:
 
     void textsFollowTheLanguage() {
         QFETCH(int, row);
-        const auto& r = kLanguages[row];
+        const auto& choice = kLanguages[row];
+        const Expected& r = choice.want;
         LanguageFolder folder;
         // The charger refuses the protection page.
         zun::sim::VirtualCharger charger;
@@ -133,10 +119,10 @@ private slots:
             {"charger"}, [&] { return std::make_unique<zun::sim::LoopbackExchange>(charger); },
             folder.folders());
         QVERIFY(win.activate());
-        if (*r.first != 0) {
-            choose(*win.w, r.first);
+        if (*choice.first != 0) {
+            choose(*win.w, choice.first);
         }
-        choose(*win.w, r.language);
+        choose(*win.w, choice.language);
 
         // The captions set at run time.
         auto* type = win.find<QComboBox>("Cmb3Type(0)");

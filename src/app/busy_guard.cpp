@@ -1,14 +1,30 @@
 #include "app/busy_guard.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QEvent>
 #include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QTimer>
+
+#include <algorithm>
 
 namespace zun::app {
 
 namespace {
 constexpr char kStarterProperty[] = "zunExchangeStarter";
+
+QWidget* starterOf(QObject* watched) {
+    // The starter itself or anything inside it (a combo box's popup view belongs to it).
+    for (QObject* o = watched; o != nullptr; o = o->parent()) {
+        if (o->property(kStarterProperty).toBool()) {
+            return qobject_cast<QWidget*>(o);
+        }
+    }
+    return nullptr;
 }
+}  // namespace
 
 BusyGuard::BusyGuard(QObject* parent) : QObject(parent) {
     qApp->installEventFilter(this);
@@ -59,16 +75,74 @@ bool BusyGuard::eventFilter(QObject* watched, QEvent* event) {
         default:
             return false;
     }
-    // The starter itself or anything inside it (a combo box's popup view belongs to it).
-    for (QObject* o = watched; o != nullptr; o = o->parent()) {
-        if (o->property(kStarterProperty).toBool()) {
-            if (event->type() == QEvent::MouseButtonPress || event->type() == QEvent::KeyPress) {
-                emit heldOff();
+    QWidget* starter = starterOf(watched);
+    if (starter == nullptr) {
+        return false;
+    }
+    auto* button = qobject_cast<QAbstractButton*>(starter);
+    if (button != nullptr && queuesClicks() && queueButtonEvent(button, event)) {
+        return true;
+    }
+    if (event->type() == QEvent::MouseButtonPress || event->type() == QEvent::KeyPress) {
+        emit heldOff();
+    }
+    return true;
+}
+
+bool BusyGuard::queueButtonEvent(QAbstractButton* button, const QEvent* event) {
+    switch (event->type()) {
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonDblClick:
+        case QEvent::KeyRelease:
+            return true;
+        case QEvent::MouseButtonRelease: {
+            // A click is a press and a release on the button, as the button itself counts it.
+            const auto* mouse = static_cast<const QMouseEvent*>(event);
+            if (mouse->button() == Qt::LeftButton &&
+                button->rect().contains(button->mapFromGlobal(mouse->globalPosition().toPoint()))) {
+                clickWhenFree(button);
             }
             return true;
         }
+        case QEvent::KeyPress: {
+            const auto* key = static_cast<const QKeyEvent*>(event);
+            if (key->key() == Qt::Key_Space && !key->isAutoRepeat()) {
+                clickWhenFree(button);
+                return true;
+            }
+            return false;
+        }
+        default:
+            return false;
     }
-    return false;
+}
+
+void BusyGuard::clickWhenFree(QAbstractButton* button) {
+    if (button == nullptr) {
+        return;
+    }
+    if (!busy()) {
+        button->click();
+        return;
+    }
+    if (!queuesClicks()) {
+        emit heldOff();
+        return;
+    }
+    if (std::find(queued_.begin(), queued_.end(), button) != queued_.end()) {
+        return;
+    }
+    queued_.emplace_back(button);
+    const QPointer<QAbstractButton> target(button);
+    // The click runs once the exchange has unwound, like a click the user makes then.
+    whenIdle([this, target] {
+        QTimer::singleShot(0, this, [this, target] {
+            queued_.erase(std::remove(queued_.begin(), queued_.end(), target), queued_.end());
+            if (target && target->isEnabled() && target->isVisible()) {
+                clickWhenFree(target);
+            }
+        });
+    });
 }
 
 BusyScope::BusyScope(BusyGuard* guard) : guard_(guard) {

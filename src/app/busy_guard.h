@@ -7,6 +7,8 @@
 #include <functional>
 #include <vector>
 
+class QAbstractButton;
+
 namespace zun::app {
 
 // While an exchange with the charger runs, the event loop keeps turning (the window stays
@@ -26,6 +28,14 @@ public:
     // Runs once the outermost exchange has ended (e.g. a close requested meanwhile).
     void whenIdle(std::function<void()> fn);
 
+    // While this says yes (a background reading of a fraction of a second), a button clicked
+    // is not refused but clicked again once the line is free; once, however often it was hit.
+    void setQueueClicksWhile(std::function<bool()> background) {
+        background_ = std::move(background);
+    }
+    // A click on the button (or its shortcut) during an exchange: queued or held off.
+    void clickWhenFree(QAbstractButton* button);
+
 signals:
     // A click or key on an exchange starter was held off while an exchange ran.
     void heldOff();
@@ -34,8 +44,14 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    bool queuesClicks() const { return background_ && background_(); }
+    // Mouse and keys on a button during a background reading: true when the event is taken.
+    bool queueButtonEvent(QAbstractButton* button, const QEvent* event);
+
     int depth_ = 0;
     std::vector<std::function<void()>> idle_;
+    std::function<bool()> background_;
+    std::vector<QPointer<QAbstractButton>> queued_;
 };
 
 // RAII: busy cursor and guard for the length of a handler that talks to the charger.

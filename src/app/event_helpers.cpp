@@ -30,7 +30,7 @@ void AddButtonShortcut(QAbstractButton* button, const QKeySequence& keys, BusyGu
     auto* shortcut = new QShortcut(keys, button);
     QObject::connect(shortcut, &QShortcut::activated, button, [button, busy] {
         if (busy != nullptr && busy->busy()) {
-            emit busy->heldOff();
+            busy->clickWhenFree(button);
             return;
         }
         if (button->isEnabled() && button->isVisible()) {

@@ -13,6 +13,7 @@
 #include "link/model_table.h"
 #include "link/serial_link.h"
 #include "link/stored_settings.h"
+#include "session/live_poller.h"
 
 #include <QCloseEvent>
 #include <QGuiApplication>
@@ -64,6 +65,8 @@ FrmMain::FrmMain(const StartOptions& options, QWidget* parent)
             [this](bool busy) { busy ? busy_.enter() : busy_.leave(); });
     ports_ = link::PortList(options_.devices, options_.systemDevices);
     buildUi();
+    // A click during the monitor's short reading waits for it instead of being refused.
+    busy_.setQueueClicksWhile([this] { return getData_->Monitor->poller().polling(); });
     connect(&lang::ProgramTexts::instance(), &lang::ProgramTexts::changed, this,
             &FrmMain::retranslate);
 }

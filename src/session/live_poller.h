@@ -35,6 +35,8 @@ public:
     bool running() const { return running_; }
     // How many polls had to wait for another exchange.
     int deferred() const { return deferred_; }
+    // True while this poller's own reading is on the line.
+    bool polling() const { return polling_; }
 
 signals:
     // A poll ended. The sample is filled only when the reply showed values; lost is true when

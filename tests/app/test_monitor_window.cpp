@@ -79,6 +79,8 @@ class TestMonitorWindow : public QObject {
 private slots:
     void pollsWaitTheirTurn_data();
     void pollsWaitTheirTurn();
+    void aClickDuringAReadingWaitsForIt_data();
+    void aClickDuringAReadingWaitsForIt();
     void recordingHoldsEveryReading();
     void aFileThatCannotBeWrittenIsNoRecording();
     void reconnectsAfterThePtyVanishesAndReturns();
@@ -119,6 +121,55 @@ void TestMonitorWindow::pollsWaitTheirTurn() {
     QCOMPARE(rig.nested.load(), 0);
     // The live requests went between the other exchanges, never inside them.
     QVERIFY(rig.charger.requests().filter(QLatin1String(link::kLiveRequest)).size() >= 3);
+}
+
+void TestMonitorWindow::aClickDuringAReadingWaitsForIt_data() {
+    QTest::addColumn<bool>("byKey");
+    QTest::newRow("mouse") << false;
+    QTest::newRow("F5") << true;
+}
+
+// A click that lands in the fraction of a second a reading takes is not refused: the run time
+// is asked for as soon as the reading is done.
+void TestMonitorWindow::aClickDuringAReadingWaitsForIt() {
+    QFETCH(bool, byKey);
+    Rig rig;
+    rig.window->Tab1->setCurrentIndex(1);
+    rig.window->show();
+    QVERIFY(QTest::qWaitForWindowExposed(rig.window.get()));
+    auto* runTime = rig.window->getDataPage()->CmdGetOK[0];
+    QStringList said;
+    QObject::connect(rig.window->statusBar(), &QStatusBar::messageChanged,
+                     [&](const QString& text) { said << text; });
+    bool clicked = false;
+    bool duringReading = false;
+    QObject::connect(&rig.window->session(), &session::ChargerSession::busyChanged, [&](bool busy) {
+        if (!busy || clicked || !rig.monitor->poller().polling()) {
+            return;
+        }
+        clicked = true;
+        QTimer::singleShot(20, [&] {
+            duringReading = rig.monitor->poller().polling();
+            if (byKey) {
+                QTest::keyClick(rig.window.get(), Qt::Key_F5);
+            } else {
+                QTest::mouseClick(runTime, Qt::LeftButton);
+            }
+        });
+    });
+    QCOMPARE(rig.window->getDataPage()->TxtGetText(0), QString());
+    const auto runTimeRequests = [&] {
+        return rig.charger.requests().filter(QLatin1String(link::kRunTimeRequest)).size();
+    };
+    const auto before = runTimeRequests();
+    rig.startMonitor(1);
+    QTRY_VERIFY_WITH_TIMEOUT(clicked, 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!rig.window->getDataPage()->TxtGetText(0).isEmpty(), 10000);
+    QVERIFY(duringReading);
+    QVERIFY2(said.filter(QStringLiteral("Busy")).isEmpty(), qPrintable(said.join('|')));
+    QCOMPARE(rig.nested.load(), 0);
+    // Asked for once, after the reading, not inside it.
+    QCOMPARE(runTimeRequests(), before + 1);
 }
 
 void TestMonitorWindow::recordingHoldsEveryReading() {

@@ -91,19 +91,18 @@ bool BusyGuard::eventFilter(QObject* watched, QEvent* event) {
 
 bool BusyGuard::queueButtonEvent(QAbstractButton* button, const QEvent* event) {
     switch (event->type()) {
-        case QEvent::MouseButtonPress:
-        case QEvent::MouseButtonDblClick:
-        case QEvent::KeyRelease:
-            return true;
-        case QEvent::MouseButtonRelease: {
-            // A click is a press and a release on the button, as the button itself counts it.
-            const auto* mouse = static_cast<const QMouseEvent*>(event);
-            if (mouse->button() == Qt::LeftButton &&
-                button->rect().contains(button->mapFromGlobal(mouse->globalPosition().toPoint()))) {
+        case QEvent::MouseButtonPress: {
+            // Queued at the press: the release may come after the reading, when nothing
+            // would take it for a click any more.
+            if (static_cast<const QMouseEvent*>(event)->button() == Qt::LeftButton) {
                 clickWhenFree(button);
             }
             return true;
         }
+        case QEvent::MouseButtonRelease:
+        case QEvent::MouseButtonDblClick:
+        case QEvent::KeyRelease:
+            return true;
         case QEvent::KeyPress: {
             const auto* key = static_cast<const QKeyEvent*>(event);
             if (key->key() == Qt::Key_Space && !key->isAutoRepeat()) {

@@ -113,14 +113,12 @@ bool BoxEvents::eventFilter(QObject* watched, QEvent* event) {
             break;
         }
         case QEvent::FocusOut: {
-            // Another window taking over, or a menu opening, is not leaving the box.
-            const Qt::FocusReason reason = static_cast<QFocusEvent*>(event)->reason();
             if (watched == quiet_) {
                 quiet_ = nullptr;
                 break;
             }
-            if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason &&
-                h.lostFocus) {
+            // Another window taking over, or a menu opening, is not leaving the box.
+            if (IsOwnFocusChange(event) && h.lostFocus) {
                 RunHandler(h.lostFocus);
             }
             break;

@@ -21,7 +21,6 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
-#include <QRegularExpression>
 #include <QScreen>
 #include <QSettings>
 #include <QStatusBar>
@@ -238,14 +237,8 @@ void FrmMain::buildTransferProgress() {
         session_->requestCancel();
         statusBar()->showMessage(Text(T::Cancelling));
     });
-    connect(session_.get(), &session::ChargerSession::progressText, this,
-            [this](const QString& text) {
-                static const QRegularExpression percent(QStringLiteral("(\\d+)\\s*%"));
-                const QRegularExpressionMatch m = percent.match(text);
-                if (m.hasMatch()) {
-                    PrgTransfer->setValue(m.captured(1).toInt());
-                }
-            });
+    connect(session_.get(), &session::ChargerSession::progressPercent, PrgTransfer,
+            &QProgressBar::setValue);
     connect(session_.get(), &session::ChargerSession::transferActive, this, [this](bool active) {
         PrgTransfer->setVisible(active);
         CmdCancel->setVisible(active);

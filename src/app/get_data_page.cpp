@@ -1,6 +1,5 @@
 #include "app/get_data_page.h"
 
-#include "app/busy_guard.h"
 #include "app/event_helpers.h"
 #include "app/log_chart_view.h"
 #include "app/log_panel.h"

@@ -3,23 +3,18 @@
 #include "app/chart_panel.h"
 #include "app/log_dialogs.h"
 #include "app/window_state.h"
-#include "datalog/log_chart.h"
 #include "datalog/log_table_model.h"
 
 #include <QLabel>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTableView>
 #include <QWidget>
 
 #include <array>
-#include <functional>
 #include <utility>
 #include <vector>
-
-class QPrinter;
 
 namespace zun::app {
 

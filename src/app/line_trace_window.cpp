@@ -1,5 +1,6 @@
 #include "app/line_trace_window.h"
 
+#include "app/page_parts.h"
 #include "fileio/save_file.h"
 #include "lang/program_texts.h"
 
@@ -21,7 +22,6 @@ using lang::Text;
 LineTraceWindow::LineTraceWindow(const link::LineTrace& trace, QWidget* parent)
     : QDialog(parent), trace_(trace) {
     setObjectName(QStringLiteral("FrmLineTrace"));
-    setWindowTitle(Text(T::LineTraceTitle));
     TxtTrace = new QPlainTextEdit;
     TxtTrace->setObjectName(QStringLiteral("TxtTrace"));
     TxtTrace->setReadOnly(true);
@@ -29,9 +29,9 @@ LineTraceWindow::LineTraceWindow(const link::LineTrace& trace, QWidget* parent)
     TxtTrace->setFont(QFont(QStringLiteral("monospace")));
     // Never more lines on screen than the trace keeps.
     TxtTrace->setMaximumBlockCount(int(link::LineTrace::kCapacity) + 1);
-    CmdTraceCopy = new QPushButton(Text(T::Copy));
+    CmdTraceCopy = new QPushButton;
     CmdTraceCopy->setObjectName(QStringLiteral("CmdTraceCopy"));
-    CmdTraceSave = new QPushButton(Text(T::SaveEllipsis));
+    CmdTraceSave = new QPushButton;
     CmdTraceSave->setObjectName(QStringLiteral("CmdTraceSave"));
     LabTrace = new QLabel;
     LabTrace->setObjectName(QStringLiteral("LabTrace"));
@@ -45,13 +45,15 @@ LineTraceWindow::LineTraceWindow(const link::LineTrace& trace, QWidget* parent)
     resize(640, 480);
     connect(CmdTraceCopy, &QPushButton::clicked, this, &LineTraceWindow::CmdTraceCopy_Click);
     connect(CmdTraceSave, &QPushButton::clicked, this, &LineTraceWindow::CmdTraceSave_Click);
+    FollowLanguage(this, [this] {
+        setWindowTitle(Text(T::LineTraceTitle));
+        CmdTraceCopy->setText(Text(T::Copy));
+        CmdTraceSave->setText(Text(T::SaveEllipsis));
+        LabTrace->setText(Text(T::Frames).arg(trace_.size()));
+    });
 }
 
 void LineTraceWindow::showEvent(QShowEvent* event) {
-    // The language may have changed since the window was made.
-    setWindowTitle(Text(T::LineTraceTitle));
-    CmdTraceCopy->setText(Text(T::Copy));
-    CmdTraceSave->setText(Text(T::SaveEllipsis));
     refill();
     QDialog::showEvent(event);
 }

@@ -21,7 +21,6 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QKeyEvent>
-#include <QRegularExpression>
 #include <QScrollBar>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -66,35 +65,6 @@ QString trimBlanks(const QString& text) {
 
 }  // namespace
 
-QString ProgressCaption(const QString& progress) {
-    // "Download: 37% finished" as the transfer reports it.
-    static const QRegularExpression percent(QStringLiteral("^Download: (\\d+)% finished$"));
-    const QRegularExpressionMatch m = percent.match(progress);
-    return m.hasMatch() ? Text(T::DownloadProgress).arg(m.captured(1)) : progress;
-}
-
-QString MissingText(const datalog::DownloadResult& result, int rowsKept) {
-    QStringList parts;
-    if (result.cancelled && !result.missing.empty()) {
-        // Not damage: the rest was never asked for.
-        parts << Text(T::DownloadCancelledKept).arg(rowsKept).arg(result.recordsAsked);
-    } else if (!result.missing.empty()) {
-        parts << Text(T::RecordsMissing)
-                     .arg(result.missing.size())
-                     .arg(result.recordsAsked)
-                     .arg(datalog::RecordRanges(result.missing));
-    }
-    if (!result.damaged.empty()) {
-        parts << Text(T::RecordsDamaged)
-                     .arg(result.damaged.size())
-                     .arg(datalog::RecordRanges(result.damaged));
-    }
-    if (parts.isEmpty() && !result.sound() && !result.cancelled) {
-        parts << (result.lineFailure.isEmpty() ? result.problems.value(0) : result.lineFailure);
-    }
-    return parts.join(QStringLiteral("; "));
-}
-
 LogPanel::LogPanel(WindowState& state, LogDialogs& dialogs, QString& lastFolder, QWidget* parent)
     : QWidget(parent), state_(state), dialogs_(dialogs), lastFolder_(lastFolder) {
     setObjectName(QStringLiteral("LogPanel"));
@@ -102,8 +72,9 @@ LogPanel::LogPanel(WindowState& state, LogDialogs& dialogs, QString& lastFolder,
     buildControls();
     arrange();
     if (session::ChargerSession* s = state_.session) {
-        connect(s, &session::ChargerSession::progressText, LabDownDisp,
-                [this](const QString& text) { LabDownDisp->setText(ProgressCaption(text)); });
+        connect(s, &session::ChargerSession::progressPercent, LabDownDisp, [this](int percent) {
+            LabDownDisp->setText(Text(T::DownloadProgress).arg(percent));
+        });
         connect(s, &session::ChargerSession::progressVisible, LabDownDisp, &QWidget::setVisible);
         connect(s, &session::ChargerSession::logRow, this,
                 [this](const datalog::LogRow& row) { table_.appendRow(row); });
@@ -148,6 +119,8 @@ void LogPanel::buildControls() {
         TxtRow[i]->installEventFilter(this);
         connect(TxtRow[i], &QLineEdit::textChanged, this, [this] { markRange(); });
     }
+    // The tooltip of an impossible range is worded in the language in use.
+    FollowLanguage(this, [this] { markRange(); });
     LabelRow[0] = MakeLabel(QStringLiteral("from"), QStringLiteral("LabelRow(0)"));
     LabelRow[1] = MakeLabel(QStringLiteral("to"), QStringLiteral("LabelRow(1)"));
     TxtGetDesc = new QLineEdit;
@@ -277,7 +250,9 @@ void LogPanel::DownloadLog() {
 
 void LogPanel::showDownloadOutcome() {
     const datalog::DownloadResult result = state_.session->downloadLog();
-    QString text = MissingText(result, table_.recordCount());
+    const datalog::ShortfallTexts words{Text(T::RecordsMissing), Text(T::RecordsDamaged),
+                                        Text(T::DownloadCancelledKept)};
+    QString text = datalog::MissingDamagedText(result, words);
     if (!result.lineFailure.isEmpty() && !text.contains(result.lineFailure)) {
         text =
             text.isEmpty() ? result.lineFailure : result.lineFailure + QStringLiteral("; ") + text;
@@ -370,7 +345,7 @@ void LogPanel::CmdGetSave_Click() {
         const QString path = datalog::ForceCsvExtension(chosen);
         lastFolder_ = QFileInfo(path).absolutePath();
         if (QFileInfo::exists(path) &&
-            !askYesNo(Text(T::OverwriteQuestion).arg(QFileInfo(path).fileName()))) {
+            !askYesNo(datalog::OverwriteQuestion(path, Text(T::OverwriteQuestion)))) {
             return;
         }
         const datalog::CsvSaveInput input{LabTime->text(), TxtGetDesc->text(), TxtRow[0]->text(),

@@ -2,7 +2,6 @@
 
 #include "app/log_dialogs.h"
 #include "app/window_state.h"
-#include "datalog/log_download.h"
 #include "datalog/log_table_model.h"
 
 #include <QLabel>
@@ -19,13 +18,6 @@
 namespace zun::app {
 
 class ChartPanel;
-
-// LabDownDisp's caption for the transfer's "Download: N% finished", in the language in use.
-QString ProgressCaption(const QString& progress);
-
-// Beside the progress: the records missing or damaged, which (the charger's numbers), or after
-// a cancel how many of the records asked for were kept; empty when the log came whole.
-QString MissingText(const datalog::DownloadResult& result, int rowsKept);
 
 // The data log of the Get Data page: the "Data Log" button with the transfer's progress, the
 // table, the record range, the description and Save/Open. It keeps the downloaded or opened

@@ -131,10 +131,10 @@ void MonitorPanel::CmdMonitorRecord_Click(bool on) {
     }
     const QString proposed =
         QDir(lastFolder_).filePath(datalog::MonitorFileName(QDateTime::currentDateTime()));
-    const QString path =
-        askRecordPath ? askRecordPath(proposed)
-                      : QFileDialog::getSaveFileName(this, Text(T::RecordMonitorTitle), proposed,
-                                                     QStringLiteral("CSV (*.csv);;All files (*)"));
+    const QString path = askRecordPath ? askRecordPath(proposed)
+                                       : QFileDialog::getSaveFileName(
+                                             this, Text(T::RecordMonitorTitle), proposed,
+                                             Text(T::CsvFilter).arg(QStringLiteral("*.csv")));
     QString error;
     if (path.isEmpty() || !recorder_.start(path, &error)) {
         const QSignalBlocker block(CmdMonitorRecord);

@@ -39,17 +39,11 @@ QPushButton* MakeButton(const QString& name, const QString& caption) {
     return b;
 }
 
-QPushButton* MakeWriteButton(const QString& name, const QString& toolTip) {
+QPushButton* MakeWriteButton(const QString& name, lang::T toolTip) {
     auto* b = new QPushButton(QStringLiteral("&Write page"));
     b->setObjectName(name);
-    b->setToolTip(toolTip);
     b->setMinimumWidth(100);
     BusyGuard::MarkExchangeStarter(b);
-    return b;
-}
-
-QPushButton* MakeWriteButton(const QString& name, lang::T toolTip) {
-    QPushButton* b = MakeWriteButton(name, QString());
     FollowLanguage(b, [b, toolTip] { b->setToolTip(lang::Text(toolTip)); });
     return b;
 }

@@ -33,9 +33,8 @@ QLineEdit* AddFieldRow(QGridLayout* grid, int row, QLabel* caption, const QStrin
 // A plain named button that never acts as the dialog's default.
 QPushButton* MakeButton(const QString& name, const QString& caption);
 
-// The page's own write button: starts an exchange, so clicks are held off while one runs.
-QPushButton* MakeWriteButton(const QString& name, const QString& toolTip);
-// The same with its tooltip in the language in use.
+// The page's own write button, its tooltip in the language in use: starts an exchange, so clicks
+// are held off while one runs.
 QPushButton* MakeWriteButton(const QString& name, lang::T toolTip);
 
 // Runs apply now and again after every change of language, for as long as owner lives: for

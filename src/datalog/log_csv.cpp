@@ -49,9 +49,8 @@ QString ForceCsvExtension(const QString& path) {
     return path.left(dot) + QStringLiteral(".csv");
 }
 
-QString OverwriteQuestion(const QString& finalPath) {
-    return QStringLiteral("File '") + QFileInfo(finalPath).fileName() +
-           QStringLiteral("' already exist. Overwrte it ?");
+QString OverwriteQuestion(const QString& finalPath, const QString& wording) {
+    return QString(wording).replace(QStringLiteral("%1"), QFileInfo(finalPath).fileName());
 }
 
 QString SavedTimeLine(const QString& labTime, float lastRecord, float rangeEnd) {

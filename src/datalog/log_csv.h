@@ -20,8 +20,11 @@ constexpr int kMaxCsvDataLines = 100000;
 // a path without a dot gets ".csv" appended.
 QString ForceCsvExtension(const QString& path);
 
-// The question asked before replacing an existing file (bare file name, no folder).
-QString OverwriteQuestion(const QString& finalPath);
+// The question asked before replacing an existing file: the wording with its %1 replaced by the
+// bare file name (no folder).
+QString OverwriteQuestion(const QString& finalPath,
+                          const QString& wording = QStringLiteral("File '%1' already exist. "
+                                                                  "Overwrte it ?"));
 
 // Line 2 of a saved file: the LabTime caption with its last five characters (hh:mm, the time of
 // the last record in the table) moved back ten minutes per record between the last record and

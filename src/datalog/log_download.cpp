@@ -35,9 +35,16 @@ qint32 fieldValue(const QString& field) {
     }
 }
 
-void report(const DownloadProgress& progress, const QString& text) {
-    if (progress.text && !text.isEmpty()) {
-        progress.text(text);
+void report(const DownloadProgress& progress, int count, int total) {
+    const int percent = ProgressPercent(count, total);
+    if (percent < 0) {
+        return;
+    }
+    if (progress.text) {
+        progress.text(ProgressText(count, total));
+    }
+    if (progress.percent) {
+        progress.percent(percent);
     }
 }
 
@@ -90,12 +97,19 @@ int ProgressTotal(int pointer, bool wrapped) {
     return wrapped ? kRingSlots : pointer;
 }
 
-QString ProgressText(int count, int total) {
+int ProgressPercent(int count, int total) {
     if (total <= 0) {
+        return -1;
+    }
+    return static_cast<int>(
+        std::floor(static_cast<double>(count) / static_cast<double>(total) * 100.0));
+}
+
+QString ProgressText(int count, int total) {
+    const int percent = ProgressPercent(count, total);
+    if (percent < 0) {
         return {};
     }
-    const auto percent = static_cast<long long>(
-        std::floor(static_cast<double>(count) / static_cast<double>(total) * 100.0));
     return QStringLiteral("Download: ") + QString::number(percent) + QStringLiteral("% finished");
 }
 
@@ -141,20 +155,20 @@ QString RecordRanges(const std::vector<int>& records) {
     return parts.join(QStringLiteral(", "));
 }
 
-QString MissingDamagedText(const DownloadResult& result) {
+QString MissingDamagedText(const DownloadResult& result, const ShortfallTexts& texts) {
     QStringList parts;
-    if (!result.missing.empty()) {
-        parts << QStringLiteral("%1 of %2 records missing (%3)")
-                     .arg(result.missing.size())
+    if (result.cancelled && !result.missing.empty()) {
+        // Not damage: the rest was never asked for.
+        parts << texts.cancelled.arg(static_cast<int>(result.rows.size())).arg(result.recordsAsked);
+    } else if (!result.missing.empty()) {
+        parts << texts.missing.arg(result.missing.size())
                      .arg(result.recordsAsked)
                      .arg(RecordRanges(result.missing));
     }
     if (!result.damaged.empty()) {
-        parts << QStringLiteral("%1 damaged (%2)")
-                     .arg(result.damaged.size())
-                     .arg(RecordRanges(result.damaged));
+        parts << texts.damaged.arg(result.damaged.size()).arg(RecordRanges(result.damaged));
     }
-    if (parts.isEmpty() && !result.sound()) {
+    if (parts.isEmpty() && !result.sound() && !result.cancelled) {
         parts << (result.lineFailure.isEmpty() ? result.problems.value(0) : result.lineFailure);
     }
     return parts.join(QStringLiteral("; "));
@@ -258,7 +272,7 @@ DownloadResult DownloadLog(link::Exchange& exchange, const DownloadProgress& pro
             accountBlock(result, block, frame, reply, int(rows.size()));
             for (size_t i = 0; i < rows.size(); ++i) {
                 emitRow(progress, result.rows, std::move(rows[i]));
-                report(progress, ProgressText(start + static_cast<int>(i) + 1, total));
+                report(progress, start + static_cast<int>(i) + 1, total);
             }
         }
     }
@@ -420,7 +434,7 @@ void StreamedRecords::takeRecord() {
         result_->damaged.push_back(k_);
     }
     text_.remove(0, kRecordChars);
-    report(progress_, ProgressText(k_, expected_));
+    report(progress_, k_, expected_);
     ++k_;
 }
 

@@ -47,6 +47,8 @@ QString BlockFrame(int first, int last);
 // 4320 for a wrapped ring, else the pointer.
 int ProgressTotal(int pointer, bool wrapped);
 
+// Int(count / total * 100); -1 when total is not above 0.
+int ProgressPercent(int count, int total);
 // "Download: " + Int(count / total * 100) + "% finished"; empty when total is not above 0.
 QString ProgressText(int count, int total);
 
@@ -63,6 +65,7 @@ struct DownloadProgress {
     std::function<void(const QString& text)> text;  // LabDownDisp caption
     std::function<void(bool visible)> visible;      // LabDownDisp visibility
     std::function<void(const LogRow& row)> row;     // each row as it is decoded
+    std::function<void(int percent)> percent;       // the caption's progress as a number
 };
 
 struct DownloadResult {
@@ -90,8 +93,16 @@ struct DownloadResult {
 // Record numbers as ranges of four digits: "0010-0019, 0025".
 QString RecordRanges(const std::vector<int>& records);
 
-// "12 records missing (0010-0019, 0025); 3 damaged (0040-0042)"; empty when none.
-QString MissingDamagedText(const DownloadResult& result);
+// The wording of a download's shortfall; the window gives its language's.
+struct ShortfallTexts {
+    QString missing = QStringLiteral("%1 of %2 records missing (%3)");       // count, asked, ranges
+    QString damaged = QStringLiteral("%1 damaged (%2)");                     // count, ranges
+    QString cancelled = QStringLiteral("Cancelled: %1 of %2 records kept");  // kept, asked
+};
+
+// "12 of 144 records missing (0010-0019, 0025); 3 damaged (0040-0042)"; empty when none. A
+// cancelled transfer names the records kept instead of the ones never asked for.
+QString MissingDamagedText(const DownloadResult& result, const ShortfallTexts& texts = {});
 
 // The whole download: pointer request, then block requests, or the streamed transfer when the
 // pointer request goes unanswered. Finishing (time stamp, buttons, charge, chart) is left to

@@ -5,18 +5,6 @@
 
 namespace zun::datalog {
 
-QString StageName(ChargeStage stage) {
-    switch (stage) {
-        case ChargeStage::ConstantCurrent:
-            return QStringLiteral("C.C.");
-        case ChargeStage::ConstantVoltage:
-            return QStringLiteral("C.V.");
-        case ChargeStage::Float:
-            return QStringLiteral("Float");
-    }
-    return {};
-}
-
 std::vector<StageMark> FindStageMarks(const std::vector<float>& volts,
                                       const std::vector<float>& amps) {
     std::vector<StageMark> marks;

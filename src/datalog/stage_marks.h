@@ -1,15 +1,10 @@
 #pragma once
 
-#include <QString>
-
 #include <vector>
 
 namespace zun::datalog {
 
 enum class ChargeStage { ConstantCurrent, ConstantVoltage, Float };
-
-// "C.C.", "C.V." or "Float".
-QString StageName(ChargeStage stage);
 
 struct StageMark {
     int index = 0;  // data row, 0 = first record

@@ -314,7 +314,7 @@ datalog::DownloadResult ChargerSession::downloadLog() {
     cancel_ = false;
     emit transferActive(true);
     datalog::DownloadProgress progress;
-    progress.text = [this](const QString& text) { emit progressText(text); };
+    progress.percent = [this](int percent) { emit progressPercent(percent); };
     progress.visible = [this](bool visible) { emit progressVisible(visible); };
     progress.row = [this](const datalog::LogRow& row) { emit logRow(row); };
     datalog::DownloadResult result;

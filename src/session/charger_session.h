@@ -137,7 +137,8 @@ signals:
     // The log transfer begins (true) and ends (false); the controls that could start another
     // exchange stay locked in between.
     void transferActive(bool active);
-    void progressText(const QString& text);
+    // How far the log transfer is, in percent of the records it expects.
+    void progressPercent(int percent);
     void progressVisible(bool visible);
     void logRow(const datalog::LogRow& row);
     // A page whose turn came in a write (pages after a stop get none).

@@ -172,8 +172,12 @@ void DatalogTest::download() {
     const int streamReads = int(ex.streamReads.size());
     QStringList texts{""};
     QList<bool> visible;
-    const DownloadResult r =
-        DownloadLog(ex, {[&](const QString& t) { texts << t; }, [&](bool v) { visible << v; }, {}});
+    QStringList percents;  // the number reported with each caption, as the caption words it
+    const DownloadResult r = DownloadLog(
+        ex, {[&](const QString& t) { texts << t; },
+             [&](bool v) { visible << v; },
+             {},
+             [&](int p) { percents << QStringLiteral("Download: %1% finished").arg(p); }});
     QStringList requests;  // a block request 850678AA ffff llll 0D shows as ffff-llll
     for (const QString& f : ex.requests.mid(1)) {
         requests << QString(f).replace(QRegularExpression("^850678AA(....)(....)0D$"), "\\1-\\2");
@@ -190,6 +194,8 @@ void DatalogTest::download() {
                                          : rows.join(" ; ")) +
                         " | " + texts.last() + " | " + finishState(f);
     QCOMPARE(got, out);
+    // The captions after the one that clears the label at the start.
+    QCOMPARE(percents, texts.mid(2));
     QCOMPARE(f.labTime, QString("Time: 21/11/2026 11:00"));  // minutes down to whole tens
     QCOMPARE(ex.requests.first(), QString("850375AA000D"));
     QCOMPARE(r.streamed, in[0].isEmpty());

@@ -39,6 +39,11 @@ std::map<QString, QString> usedKeys() {
                        QDirIterator::Subdirectories);
     while (files.hasNext()) {
         const QString path = files.next();
+        // The declarations and the English table name every key.
+        const QString name = QFileInfo(path).fileName();
+        if (name == QLatin1String("text_keys.h") || name == QLatin1String("program_texts.cpp")) {
+            continue;
+        }
         auto it = use.globalMatch(readText(path));
         while (it.hasNext()) {
             out.emplace(it.next().captured(1), QFileInfo(path).fileName());
@@ -93,18 +98,17 @@ private slots:
         }
     }
 
-    // Every key named in the sources is declared and has an English text, and the English
-    // table holds nothing that is not declared.
-    void everyUsedKeyHasEnglish() {
+    // Every declared key has an English text and is used somewhere in the program, and the
+    // English table holds nothing that is not declared.
+    void everyKeyHasEnglishAndIsUsed() {
         const std::map<QString, int> declared = declaredKeys();
         QCOMPARE(int(declared.size()), ProgramTexts::keys().size());
         for (const auto& [name, key] : declared) {
             QVERIFY2(!ProgramTexts::english(key).isEmpty(), qPrintable(name));
         }
         const std::map<QString, QString> used = usedKeys();
-        QVERIFY(used.size() > 100);
-        for (const auto& [name, file] : used) {
-            QVERIFY2(declared.count(name) == 1, qPrintable(name + " in " + file));
+        for (const auto& entry : declared) {
+            QVERIFY2(used.count(entry.first) == 1, qPrintable(entry.first + " is never used"));
         }
     }
 
